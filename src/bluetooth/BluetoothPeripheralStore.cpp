@@ -1,0 +1,100 @@
+#include "bluetooth/BluetoothPeripheralStore.h"
+
+#include "core/Log.h"
+#include "core/SettingsKeys.h"
+#include "core/Text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zolvex {
+
+namespace {
+
+constexpr Logger logger("BluetoothConnector");
+
+}  // namespace
+
+BluetoothPeripheralStore::BluetoothPeripheralStore(MainQueue& mainQueue, SerialQueue& bluetoothQueue,
+                                                   UserDefaults& defaults, const BluetoothWorkerClient& workerClient)
+    : mainQueue_(mainQueue), bluetoothQueue_(bluetoothQueue), defaults_(defaults), workerClient_(workerClient) {
+  reload();
+}
+
+void BluetoothPeripheralStore::reload() {
+  const auto addresses = defaults_.stringArray(settings::managedDeviceAddresses).value_or(StringArray{});
+  const auto names = loadDeviceNames();
+  std::vector<BluetoothPeripheral> loaded;
+  for (const auto& address : addresses) {
+    const auto saved = names.find(address);
+    loaded.push_back({address, saved == names.end() ? address : saved->second});
+  }
+  peripherals_ = std::move(loaded);
+  logger.info("loaded {} managed Bluetooth devices", peripherals().size());
+}
+
+StringDictionary BluetoothPeripheralStore::loadDeviceNames() const {
+  return defaults_.stringDictionary(settings::deviceNames).value_or(StringDictionary{});
+}
+
+BluetoothPeripheralStore::ConnectionStatus BluetoothPeripheralStore::connectionStatus() const {
+  const auto isConnected = [](const BluetoothPeripheral& peripheral) { return peripheral.isConnected; };
+  if (!anyConnected()) return ConnectionStatus::allDisconnected;
+  return std::all_of(peripherals().begin(), peripherals().end(), isConnected) ? ConnectionStatus::allConnected
+                                                                              : ConnectionStatus::partial;
+}
+
+bool BluetoothPeripheralStore::anyConnected() const {
+  return std::any_of(peripherals().begin(), peripherals().end(),
+                     [](const BluetoothPeripheral& peripheral) { return peripheral.isConnected; });
+}
+
+void BluetoothPeripheralStore::connect(const BluetoothPeripheral& peripheral, std::function<void()> completion) {
+  const auto result = workerClient_.run(BluetoothWorkerCommand::connect, peripheral.id, connectTimeout);
+  const bool connected = result == BluetoothWorkerResult::success();
+  mainQueue_.async(lifetime_.guard([this, peripheral, connected, completion = std::move(completion)] {
+    mark(peripheral.id, connected);
+    if (connected)
+      logger.info("connect: SUCCESS {}", peripheral.name);
+    else
+      logger.error("connect: FAILED {}", peripheral.name);
+    completion();
+  }));
+}
+
+void BluetoothPeripheralStore::unregister(const BluetoothPeripheral& peripheral, std::function<void(bool)> completion) {
+  const auto result = workerClient_.run(BluetoothWorkerCommand::unregister, peripheral.id, unregisterTimeout);
+  const bool released = result == BluetoothWorkerResult::success() || result == BluetoothWorkerResult::notFound();
+  mainQueue_.async(lifetime_.guard([this, peripheral, released, completion = std::move(completion)] {
+    if (released) {
+      mark(peripheral.id, false);
+      logger.info("unregister: released {}", peripheral.name);
+    } else {
+      logger.error("unregister: failed {}", peripheral.name);
+    }
+    completion(released);
+  }));
+}
+
+void BluetoothPeripheralStore::mark(const std::string& address, bool isConnected) {
+  if (!mainQueue_.isCurrent()) {
+    mainQueue_.async(lifetime_.guard([this, address, isConnected] { mark(address, isConnected); }));
+    return;
+  }
+  auto changed = peripherals();
+  const auto found = std::find_if(changed.begin(), changed.end(),
+                                  [&](const BluetoothPeripheral& peripheral) { return peripheral.id == address; });
+  if (found == changed.end() || found->isConnected == isConnected) return;
+  found->isConnected = isConnected;
+  peripherals_ = std::move(changed);
+}
+
+std::string_view BluetoothPeripheralStore::iconName(std::string_view deviceName) {
+  const auto name = lowercased(deviceName);
+  if (name.find("keyboard") != std::string::npos) return "keyboard";
+  if (name.find("trackpad") != std::string::npos) return "rectangle.and.hand.point.up.left";
+  if (name.find("mouse") != std::string::npos) return "computermouse";
+  return "dot.radiowaves.left.and.right";
+}
+
+}  // namespace zolvex

@@ -1,0 +1,89 @@
+#include "peer/NetworkDevice.h"
+
+#include "core/Text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+
+namespace zolvex {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+/// 2001-01-01 00:00:00 UTC, the epoch of stored dates, in seconds since 1970.
+constexpr double referenceDate = 978'307'200.0;
+/// Dates further away than this (in seconds) are damage: they would not fit the clock's range.
+constexpr double furthestDate = 8.0e9;
+
+double secondsOf(Date date) {
+  return Seconds(date.time_since_epoch()).count() - referenceDate;
+}
+
+Date dateOf(const nlohmann::json& value) {
+  const auto seconds = value.get<double>();
+  if (!value.is_number() || !(std::abs(seconds) < furthestDate))
+    throw nlohmann::json::other_error::create(501, "date out of range", &value);
+  return Date(std::chrono::round<Date::duration>(Seconds(seconds + referenceDate)));
+}
+
+ordered_json encoded(const NetworkDevice& device) {
+  ordered_json record{{"id", device.id}, {"name", device.name}};
+  if (device.host) record["host"] = *device.host;
+  if (device.port) record["port"] = *device.port;
+  record["lastUpdated"] = secondsOf(device.lastUpdated);
+  record["isActive"] = device.isActive;
+  if (device.lastReachableAt) record["lastReachableAt"] = secondsOf(*device.lastReachableAt);
+  return record;
+}
+
+/// None when the key is absent or null.
+const nlohmann::json* optionalField(const nlohmann::json& record, const char* key) {
+  const auto found = record.find(key);
+  return found == record.end() || found->is_null() ? nullptr : &*found;
+}
+
+std::uint16_t portOf(const nlohmann::json& value) {
+  const auto number = value.get<std::int64_t>();
+  if (!value.is_number_integer() || number < 0 || number > UINT16_MAX)
+    throw nlohmann::json::other_error::create(501, "port out of range", &value);
+  return static_cast<std::uint16_t>(number);
+}
+
+NetworkDevice decoded(const nlohmann::json& record) {
+  NetworkDevice device;
+  device.id = record.at("id").get<std::string>();
+  device.name = record.at("name").get<std::string>();
+  if (const auto* host = optionalField(record, "host")) device.host = host->get<std::string>();
+  if (const auto* port = optionalField(record, "port")) device.port = portOf(*port);
+  device.lastUpdated = dateOf(record.at("lastUpdated"));
+  device.isActive = record.at("isActive").get<bool>();
+  if (const auto* date = optionalField(record, "lastReachableAt")) device.lastReachableAt = dateOf(*date);
+  return device;
+}
+
+}  // namespace
+
+std::optional<std::string> encodeNetworkDevices(std::span<const NetworkDevice> devices) {
+  auto array = ordered_json::array();
+  for (const auto& device : devices) {
+    if (!isUtf8(device.id) || !isUtf8(device.name) || !isUtf8(device.host.value_or(""))) return std::nullopt;
+    array.push_back(encoded(device));
+  }
+  return array.dump();
+}
+
+std::variant<std::vector<NetworkDevice>, NetworkDevicesError> decodeNetworkDevices(std::string_view json) {
+  try {
+    const auto array = nlohmann::json::parse(json);
+    if (!array.is_array()) return NetworkDevicesError{"the JSON value is not an array"};
+    std::vector<NetworkDevice> devices;
+    for (const auto& record : array) devices.push_back(decoded(record));
+    return devices;
+  } catch (const nlohmann::json::exception& error) {
+    return NetworkDevicesError{escapedForLog(error.what())};
+  }
+}
+
+}  // namespace zolvex

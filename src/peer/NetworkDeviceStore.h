@@ -1,0 +1,98 @@
+#pragma once
+
+#include "core/Lifetime.h"
+#include "core/MainQueue.h"
+#include "core/Published.h"
+#include "core/UserDefaults.h"
+#include "peer/NetworkDevice.h"
+#include "peer/PeerCommandHandler.h"
+#include "peer/PeerTransport.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zolvex {
+
+/// The one object through which this computer knows and talks to the other. It keeps the registered peer (persisted)
+/// and the peers seen now, owns the choice of the transport, sends one command at a time, checks the peer's health,
+/// and turns received commands into calls on the PeerCommandHandler. It decides nothing about devices.
+/// One instance for the whole run. Main thread.
+class NetworkDeviceStore final : private PeerTransportDelegate {
+ public:
+  using Completion = PeerTransport::Completion;
+
+  static constexpr Seconds peerReachabilityFreshness{45.0};
+  static constexpr Seconds peerHealthInterval{15.0};
+  static constexpr Seconds firstHealthCheckDelay{3.0};
+
+  /// `bluetooth` may be null: this build or computer has no Bluetooth LE link. The transports must outlive the store.
+  struct Transports {
+    PeerTransport* bluetooth = nullptr;
+    PeerTransport& bonjour;
+  };
+
+  /// Passive until start().
+  NetworkDeviceStore(MainQueue& mainQueue, UserDefaults& defaults, Transports transports);
+  ~NetworkDeviceStore() override;
+
+  /// Loads the registered peer, starts the chosen transport and the health checks. Called once, when the handler
+  /// exists.
+  void start(PeerCommandHandler& handler);
+
+  /// The registered peer is the first element; an empty list means that there is none.
+  const std::vector<NetworkDevice>& networkDevices() const { return networkDevices_.value(); }
+  const NetworkDevice* registeredPeer() const;
+  const std::vector<NetworkDevice>& discoveredNetworkDevices() const { return discoveredNetworkDevices_.value(); }
+  bool isPeerReachable() const;
+  bool outboundCommandInFlight() const { return outboundCommandInFlight_; }
+  std::string transportMode() const;
+
+  using DevicesObserver = std::function<void(const std::vector<NetworkDevice>&)>;
+  [[nodiscard]] Subscription observeNetworkDevices(DevicesObserver observer);
+  [[nodiscard]] Subscription observeDiscoveredNetworkDevices(DevicesObserver observer);
+
+  /// Sends `command` to the registered peer. Returns whether it was accepted; without a registered peer, or while
+  /// another command is under way, it is dropped and `completion` never runs. Otherwise `completion` runs exactly
+  /// once, possibly before this returns.
+  bool sendCommand(DeviceCommand command, Completion completion);
+
+  /// Answers a received release request when the release has ended.
+  void replyPleaseRelease(bool succeeded, ReplyChannel& channel);
+
+  void registerPeer(const NetworkDevice& device);
+  void removePeer();
+  void setTransportMode(std::string_view mode);
+
+ private:
+  void peerTransportReceived(const std::string& text, std::shared_ptr<ReplyChannel> channel) override;
+  void peerTransportDiscovered(const NetworkDevice& device) override;
+  void peerTransportLost(const std::string& id) override;
+
+  void load();
+  void save();
+  void startTransport();
+  void stopTransport();
+  PeerTransport* selectedTransport() const;
+  void scheduleHealthCheck(Seconds delay);
+  void checkHealth();
+  void dispatch(DeviceCommand command, const std::shared_ptr<ReplyChannel>& channel);
+  void commandCompleted(const std::string& peerId, DeviceCommand command, const PeerReply& reply);
+  void markReachability(const std::string& id, bool reachable, bool persist);
+  void refreshRegisteredAddress(const NetworkDevice& found);
+
+  MainQueue& mainQueue_;
+  UserDefaults& defaults_;
+  Transports transports_;
+  PeerCommandHandler* handler_ = nullptr;
+  PeerTransport* runningTransport_ = nullptr;
+  Published<std::vector<NetworkDevice>> networkDevices_;
+  Published<std::vector<NetworkDevice>> discoveredNetworkDevices_;
+  WorkItem peerHealthTimer_;
+  bool peerHealthCheckInFlight_ = false;
+  bool outboundCommandInFlight_ = false;
+  Lifetime lifetime_;
+};
+
+}  // namespace zolvex

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "core/UserDefaults.h"
+
+#include <map>
+#include <string>
+
+namespace zolvex::test {
+
+/// Settings that live as long as the test.
+class MemoryUserDefaults final : public UserDefaults {
+ public:
+  std::optional<DefaultsValue> stored(std::string_view key) const override {
+    const auto found = values_.find(key);
+    return found == values_.end() ? std::nullopt : std::optional(found->second);
+  }
+  void set(std::string_view key, DefaultsValue value) override {
+    values_.insert_or_assign(std::string(key), std::move(value));
+    changed.emit();
+  }
+  void remove(std::string_view key) override {
+    if (const auto found = values_.find(key); found != values_.end()) {
+      values_.erase(found);
+      changed.emit();
+    }
+  }
+
+ private:
+  std::map<std::string, DefaultsValue, std::less<>> values_;
+};
+
+}  // namespace zolvex::test
