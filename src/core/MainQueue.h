@@ -44,7 +44,8 @@ class MainQueue {
   /// Runs `work` on the main thread in a later turn. Any thread.
   virtual void async(std::function<void()> work) = 0;
 
-  /// Runs `work` on the main thread `delay` from now, unless the returned handle is cancelled first. Main thread.
+  /// Runs `work` on the main thread `delay` from now, unless the returned handle is cancelled first. Work that is
+  /// running may cancel or overwrite its own handle: it stays whole until it returns. Main thread.
   [[nodiscard]] virtual WorkItem after(Seconds delay, std::function<void()> work) = 0;
 
   /// Whether the caller is on the main thread. Any thread.

@@ -84,22 +84,26 @@ class DeviceManager final : public PeerCommandHandler {
 
   // Primitives of every flow.
   void beginOperation(std::string status, SwitchOperation operation, DeviceOwnershipState state);
+  void retireFlow();
   void endOperation();
   void applyConnectionSummary(ConnectionStatus status, bool keepOtherMac);
   void reconcileWithLiveState(ConnectionStatus status);
+  void showNoDevicesConfigured();
   bool isCurrent(std::int64_t token) const { return isSwitching() && switchToken_ == token; }
   template <class Step>
   auto whileCurrent(Step step);
 
   // The connect flow, in the order of its steps.
-  bool isNothingToConnect(ConnectionStatus status, bool connectMissing) const;
+  bool beginConnect(bool connectMissing, std::string statusWhenNothingIsHere);
+  static bool isNothingToConnect(ConnectionStatus status, bool connectMissing);
   void askPeerToRelease(const ConnectFlow& flow);
   void peerAnswered(const ConnectFlow& flow, bool released);
   void startPass(const ConnectFlow& flow);
   void submitConnects(const std::shared_ptr<ConnectPass>& pass);
   void watchForConnection(const std::shared_ptr<ConnectPass>& pass, int checksLeft);
   void finishPass(ConnectPass& pass);
-  void concludeConnected(const ConnectFlow& flow);
+  void announceConnected(const ConnectFlow& flow);
+  void finishWithNothingConnected(const ConnectFlow& flow);
   void fallBackToQuickConnect(ConnectFlow flow);
 
   // The release flow, in the order of its steps.

@@ -1,0 +1,59 @@
+#include "core/Log.h"
+#include "ownership/DeviceManagerFlow.h"
+
+#include <utility>
+
+namespace zolvex {
+
+namespace {
+
+constexpr Logger logger("DeviceManager");
+
+}  // namespace
+
+void DeviceManager::releaseDevices() {
+  if (!isSwitching()) beginRelease(nullptr);
+}
+
+void DeviceManager::handlePleaseRelease(std::shared_ptr<ReplyChannel> channel) {
+  if (isSwitching())
+    use_.networkStore.replyPleaseRelease(false, *channel);
+  else
+    beginRelease(std::move(channel));
+}
+
+void DeviceManager::beginRelease(std::shared_ptr<ReplyChannel> channel) {
+  beginOperation("Releasing...", SwitchOperation::releasing, DeviceOwnershipState::releasing);
+  logger.info("Release: removing all devices");
+  removeAllPairings(std::make_shared<Release>(Release{std::move(channel), use_.bluetoothStore.peripherals().size()}));
+}
+
+void DeviceManager::removeAllPairings(const std::shared_ptr<Release>& release) {
+  if (release->devicesLeft == 0) return finishRelease(*release);
+  auto& store = use_.bluetoothStore;
+  const auto finish = whileCurrent([this, release] { finishRelease(*release); });
+  const auto deviceDone = lifetime_.guard([this, release, finish](bool removed) {
+    if (!removed) release->allRemoved = false;
+    if (--release->devicesLeft == 0) use_.mainQueue.async(finish);
+  });
+  for (const auto& device : store.peripherals())
+    store.bluetoothQueue().async([&store, device, deviceDone] { store.unregister(device, deviceDone); });
+}
+
+void DeviceManager::finishRelease(const Release& release) {
+  endOperation();
+  if (release.allRemoved) {
+    ownershipState_ = DeviceOwnershipState::released;
+    lastResult_ = "Released. Pair on other Mac";
+    logger.info("Release: done");
+  } else {
+    ownershipState_ = DeviceOwnershipState::failed;
+    lastResult_ = "Release may have failed";
+    logger.error("Release: not all devices disconnected");
+  }
+  if (release.channel) use_.networkStore.replyPleaseRelease(release.allRemoved, *release.channel);
+  if (release.allRemoved && use_.networkStore.registeredPeer())
+    use_.networkStore.sendCommand(DeviceCommand::released, {});
+}
+
+}  // namespace zolvex

@@ -1,0 +1,259 @@
+#include "peer/NetworkDeviceStore.h"
+
+#include "core/Log.h"
+#include "core/SettingsKeys.h"
+#include "core/Text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zolvex {
+
+namespace {
+
+constexpr Logger logger("NetworkDeviceStore");
+
+auto withId(const std::string& id) {
+  return [&id](const NetworkDevice& device) { return device.id == id; };
+}
+
+void setReachability(NetworkDevice& device, bool reachable, Date now) {
+  device.isActive = reachable;
+  device.lastUpdated = now;
+  device.lastReachableAt = reachable ? std::optional(now) : std::nullopt;
+}
+
+}  // namespace
+
+NetworkDeviceStore::NetworkDeviceStore(MainQueue& mainQueue, UserDefaults& defaults, Transports transports)
+    : mainQueue_(mainQueue), defaults_(defaults), transports_(transports) {}
+
+NetworkDeviceStore::~NetworkDeviceStore() {
+  stopTransport();
+}
+
+void NetworkDeviceStore::start(PeerCommandHandler& handler) {
+  handler_ = &handler;
+  load();
+  startTransport();
+  scheduleHealthCheck(firstHealthCheckDelay);
+}
+
+const NetworkDevice* NetworkDeviceStore::registeredPeer() const {
+  return networkDevices().empty() ? nullptr : &networkDevices().front();
+}
+
+bool NetworkDeviceStore::isPeerReachable() const {
+  const auto* peer = registeredPeer();
+  return peer && peer->isActive && peer->lastReachableAt &&
+         mainQueue_.now() - *peer->lastReachableAt < peerReachabilityFreshness;
+}
+
+std::string NetworkDeviceStore::transportMode() const {
+  return defaults_.string(settings::transportMode).value_or(std::string(settings::transportBluetooth));
+}
+
+Subscription NetworkDeviceStore::observeNetworkDevices(DevicesObserver observer) {
+  return networkDevices_.observe(std::move(observer));
+}
+
+Subscription NetworkDeviceStore::observeDiscoveredNetworkDevices(DevicesObserver observer) {
+  return discoveredNetworkDevices_.observe(std::move(observer));
+}
+
+bool NetworkDeviceStore::sendCommand(DeviceCommand command, Completion completion) {
+  const auto* registered = registeredPeer();
+  if (!registered) {
+    logger.error("No peer device found");
+    return false;
+  }
+  if (outboundCommandInFlight_) {
+    logger.error("Peer command already in flight; dropping {}", rawValueOf(command));
+    return false;
+  }
+  outboundCommandInFlight_ = true;
+  const auto peer = *registered;
+  const auto completed =
+      lifetime_.guard([this, id = peer.id, command, completion = std::move(completion)](const PeerReply& reply) {
+        commandCompleted(id, command, reply);
+        if (completion) completion(reply);
+      });
+  if (auto* transport = selectedTransport()) {
+    transport->send(peer, command, completed);
+  } else {
+    logger.error("BLE central not available");
+    auto complete = completed;
+    complete(PeerReply::failed());
+  }
+  return true;
+}
+
+void NetworkDeviceStore::commandCompleted(const std::string& peerId, DeviceCommand command, const PeerReply& reply) {
+  outboundCommandInFlight_ = false;
+  if (reply.succeeded())
+    markReachability(peerId, true, true);
+  else if (command != DeviceCommand::healthCheck)
+    markReachability(peerId, false, true);
+}
+
+void NetworkDeviceStore::replyPleaseRelease(bool succeeded, ReplyChannel& channel) {
+  logger.info("{}", succeeded ? "PLEASE_RELEASE: released successfully" : "PLEASE_RELEASE: release may have failed");
+  channel.reply(succeeded ? DeviceCommand::operationSuccess : DeviceCommand::operationFailed);
+}
+
+void NetworkDeviceStore::registerPeer(const NetworkDevice& device) {
+  const auto registered = device;  // may be an element of the list that is about to change
+  networkDevices_ = std::vector{registered};
+  auto discovered = discoveredNetworkDevices();
+  std::erase_if(discovered, withId(registered.id));
+  discoveredNetworkDevices_ = std::move(discovered);
+  save();
+}
+
+void NetworkDeviceStore::removePeer() {
+  const auto* peer = registeredPeer();
+  if (!peer) return;
+  const auto id = peer->id;
+  auto remaining = networkDevices();
+  std::erase_if(remaining, withId(id));
+  networkDevices_ = std::move(remaining);
+  save();
+  if (runningTransport_) runningTransport_->reportDiscoveredAgain();  // so that it can be added again
+}
+
+void NetworkDeviceStore::setTransportMode(std::string_view mode) {
+  stopTransport();
+  defaults_.set(settings::transportMode, std::string(mode));
+  discoveredNetworkDevices_ = std::vector<NetworkDevice>{};
+  auto devices = networkDevices();
+  for (auto& device : devices) device.isActive = false;
+  networkDevices_ = std::move(devices);
+  save();
+  startTransport();
+}
+
+void NetworkDeviceStore::peerTransportReceived(const std::string& text, std::shared_ptr<ReplyChannel> channel) {
+  const auto command = deviceCommandFromRawValue(text);
+  if (!command) {
+    logger.error("Unknown command received");
+    return;
+  }
+  if (const auto* peer = registeredPeer()) markReachability(std::string(peer->id), true, true);
+  dispatch(*command, channel);
+}
+
+void NetworkDeviceStore::dispatch(DeviceCommand command, const std::shared_ptr<ReplyChannel>& channel) {
+  switch (command) {
+    case DeviceCommand::healthCheck:
+      channel->reply(DeviceCommand::operationSuccess);
+      break;
+    case DeviceCommand::connected:
+      logger.info("Received CONNECTED: peer grabbed trackpad");
+      channel->reply(DeviceCommand::operationSuccess);
+      handler_->handlePeerConnected();
+      break;
+    case DeviceCommand::released:
+      logger.info("Received RELEASED: peer released trackpad");
+      channel->reply(DeviceCommand::operationSuccess);
+      handler_->handlePeerReleased();
+      break;
+    case DeviceCommand::pleaseRelease:
+      logger.info("Received PLEASE_RELEASE: peer wants us to release");
+      handler_->handlePleaseRelease(channel);
+      break;
+    case DeviceCommand::operationSuccess:
+    case DeviceCommand::operationFailed:
+      logger.error("Unhandled command: {}", rawValueOf(command));
+      channel->reply(DeviceCommand::operationFailed);
+      break;
+  }
+}
+
+void NetworkDeviceStore::peerTransportDiscovered(const NetworkDevice& device) {
+  auto discovered = discoveredNetworkDevices();
+  const auto known = std::find_if(discovered.begin(), discovered.end(), withId(device.id));
+  if (known == discovered.end())
+    discovered.push_back(device);
+  else
+    *known = device;
+  discoveredNetworkDevices_ = std::move(discovered);
+  refreshRegisteredAddress(device);
+}
+
+void NetworkDeviceStore::refreshRegisteredAddress(const NetworkDevice& found) {
+  if (!found.host || !found.port) return;
+  auto devices = networkDevices();
+  const auto registered = std::find_if(devices.begin(), devices.end(), withId(found.id));
+  if (registered == devices.end()) return;
+  registered->host = found.host;
+  registered->port = found.port;
+  registered->lastUpdated = mainQueue_.now();
+  networkDevices_ = std::move(devices);
+  save();
+}
+
+void NetworkDeviceStore::peerTransportLost(const std::string& id) {
+  markReachability(id, false, true);
+}
+
+void NetworkDeviceStore::load() {
+  const auto stored = defaults_.string(settings::networkDevices);
+  if (!stored) return;
+  auto decoded = decodeNetworkDevices(*stored);
+  if (const auto* error = std::get_if<NetworkDevicesError>(&decoded))
+    logger.error("Failed to load network devices: {}", error->description);
+  else
+    networkDevices_ = std::get<std::vector<NetworkDevice>>(std::move(decoded));
+}
+
+void NetworkDeviceStore::save() {
+  if (auto encoded = encodeNetworkDevices(networkDevices()))
+    defaults_.set(settings::networkDevices, *std::move(encoded));
+  else
+    logger.error("Failed to save network devices: {}", "a text is not UTF-8");
+}
+
+PeerTransport* NetworkDeviceStore::selectedTransport() const {
+  return transportMode() == settings::transportBluetooth ? transports_.bluetooth : &transports_.bonjour;
+}
+
+void NetworkDeviceStore::startTransport() {
+  if (transportMode() == settings::transportBluetooth) logger.info("Starting BLE transport");
+  runningTransport_ = selectedTransport();
+  if (runningTransport_) runningTransport_->start(*this);
+}
+
+void NetworkDeviceStore::stopTransport() {
+  if (auto* transport = std::exchange(runningTransport_, nullptr)) transport->stop();
+}
+
+void NetworkDeviceStore::scheduleHealthCheck(Seconds delay) {
+  peerHealthTimer_ = mainQueue_.after(delay, [this] {
+    scheduleHealthCheck(peerHealthInterval);
+    checkHealth();
+  });
+}
+
+void NetworkDeviceStore::checkHealth() {
+  if (!registeredPeer() || peerHealthCheckInFlight_ || outboundCommandInFlight_) return;
+  peerHealthCheckInFlight_ = true;
+  const auto accepted = sendCommand(DeviceCommand::healthCheck,
+                                    lifetime_.guard([this](const PeerReply&) { peerHealthCheckInFlight_ = false; }));
+  if (!accepted) peerHealthCheckInFlight_ = false;
+}
+
+void NetworkDeviceStore::markReachability(const std::string& id, bool reachable, bool persist) {
+  const auto now = mainQueue_.now();
+  const auto mark = [&](Published<std::vector<NetworkDevice>>& list) {
+    auto devices = list.value();
+    const auto found = std::find_if(devices.begin(), devices.end(), withId(id));
+    if (found == devices.end()) return false;
+    setReachability(*found, reachable, now);
+    list = std::move(devices);
+    return true;
+  };
+  if (mark(networkDevices_) && persist) save();
+  mark(discoveredNetworkDevices_);
+}
+
+}  // namespace zolvex

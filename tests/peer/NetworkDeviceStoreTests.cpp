@@ -1,0 +1,269 @@
+#include "core/SettingsKeys.h"
+#include "peer/NetworkDeviceStore.h"
+#include "support/World.h"
+
+#include <gtest/gtest.h>
+
+namespace zolvex::test {
+namespace {
+
+using namespace std::chrono_literals;
+using enum DeviceCommand;
+
+struct NetworkDeviceStoreTest : testing::Test {
+  /// Sends and keeps the reply, if one comes.
+  bool send(DeviceCommand command) {
+    return world.network().sendCommand(command, [this](const PeerReply& reply) { replies.push_back(reply); });
+  }
+  const NetworkDevice& peer() { return *world.network().registeredPeer(); }
+  std::vector<NetworkDevice> saved() {
+    const auto text = world.defaults.string(settings::networkDevices).value_or("[]");
+    return std::get<std::vector<NetworkDevice>>(decodeNetworkDevices(text));
+  }
+
+  World world{noDevices};
+  std::vector<PeerReply> replies;
+};
+
+TEST_F(NetworkDeviceStoreTest, loadsTheRegisteredPeer) {
+  EXPECT_EQ(peer().id, "ABC123");
+}
+
+TEST_F(NetworkDeviceStoreTest, undecodableStoredPeersAreLoggedAndLeaveTheListEmpty) {
+  world.log.expectError("Failed to load network devices: ");
+  world.defaults.set(settings::networkDevices, std::string("{"));
+  FakePeerTransport transport(world.time);
+  NetworkDeviceStore store(world.time, world.defaults, {nullptr, transport});
+  store.start(world.manager());
+  EXPECT_EQ(store.registeredPeer(), nullptr);
+}
+
+TEST_F(NetworkDeviceStoreTest, aSuccessfulReplyMarksThePeerReachable) {
+  EXPECT_TRUE(send(pleaseRelease));
+  EXPECT_TRUE(world.network().outboundCommandInFlight());
+  world.advance(1s);
+  EXPECT_EQ(replies, (std::vector<PeerReply>{{operationSuccess, std::nullopt}}));
+  EXPECT_FALSE(world.network().outboundCommandInFlight());
+  EXPECT_TRUE(world.network().isPeerReachable());
+  EXPECT_EQ(saved(), world.network().networkDevices());
+}
+
+TEST_F(NetworkDeviceStoreTest, aFailedCommandMarksThePeerUnreachableAtOnce) {
+  send(pleaseRelease);
+  world.advance(1s);
+  world.peer.answer = PeerReply::failed("timeout");
+  send(pleaseRelease);
+  world.advance(1s);
+  EXPECT_FALSE(peer().isActive);
+  EXPECT_EQ(peer().lastReachableAt, std::nullopt);
+  EXPECT_EQ(saved(), world.network().networkDevices());
+  EXPECT_EQ(replies.back().failure, "timeout");
+}
+
+TEST_F(NetworkDeviceStoreTest, theFlagIsClearedAndTheVerdictMadeBeforeTheCompletionRuns) {
+  world.peer.answerDelay = std::nullopt;
+  bool inFlight = true;
+  bool reachable = false;
+  world.network().sendCommand(released, [&](const PeerReply&) {
+    inFlight = world.network().outboundCommandInFlight();
+    reachable = world.network().isPeerReachable();
+  });
+  EXPECT_FALSE(inFlight);
+  EXPECT_TRUE(reachable);
+}
+
+TEST_F(NetworkDeviceStoreTest, withoutAPeerACommandIsLoggedAndNeverCompletes) {
+  world.log.expectError("No peer device found");
+  world.network().removePeer();
+  EXPECT_FALSE(send(released));
+  world.advance(1min);
+  EXPECT_TRUE(replies.empty());
+  EXPECT_TRUE(world.peer.sent.empty());
+}
+
+TEST_F(NetworkDeviceStoreTest, aSecondCommandWhileOneIsUnderWayIsDropped) {
+  world.log.expectError("Peer command already in flight; dropping CONNECTED");
+  EXPECT_TRUE(send(released));
+  EXPECT_FALSE(send(connected));
+  world.advance(1s);
+  EXPECT_EQ(replies.size(), 1u);
+  EXPECT_EQ(world.peer.sent, std::vector{released});
+}
+
+TEST_F(NetworkDeviceStoreTest, withoutABluetoothLinkACommandFailsAtOnce) {
+  world.log.expectError("BLE central not available");
+  world.defaults.set(settings::transportMode, std::string("bluetooth"));
+  EXPECT_TRUE(send(pleaseRelease));
+  EXPECT_EQ(replies, std::vector<PeerReply>{PeerReply::failed()});
+}
+
+TEST_F(NetworkDeviceStoreTest, anyOtherTransportTextSelectsBonjour) {
+  world.defaults.set(settings::transportMode, std::string("BLUETOOTH"));
+  send(pleaseRelease);
+  EXPECT_EQ(world.peer.sent, std::vector{pleaseRelease});
+}
+
+TEST_F(NetworkDeviceStoreTest, anAbsentTransportModeCountsAsBluetooth) {
+  world.defaults.remove(settings::transportMode);
+  EXPECT_EQ(world.network().transportMode(), "bluetooth");
+}
+
+// Health checks
+
+TEST_F(NetworkDeviceStoreTest, checksHealthAfterThreeSecondsAndThenEveryFifteen) {
+  world.advance(2999ms);
+  EXPECT_TRUE(world.peer.sent.empty());
+  world.advance(1ms);
+  EXPECT_EQ(world.peer.sent, std::vector{healthCheck});
+  world.advance(14999ms);
+  EXPECT_EQ(world.peer.sent.size(), 1u);
+  world.advance(1ms);
+  EXPECT_EQ(world.peer.sent.size(), 2u);
+}
+
+TEST_F(NetworkDeviceStoreTest, withoutAPeerNoHealthIsChecked) {
+  world.network().removePeer();
+  world.advance(1min);
+  EXPECT_TRUE(world.peer.sent.empty());
+}
+
+TEST_F(NetworkDeviceStoreTest, aHealthCheckIsSkippedWhileACommandIsUnderWay) {
+  world.peer.answer = std::nullopt;
+  send(pleaseRelease);
+  world.advance(4s);
+  EXPECT_EQ(world.peer.sent, std::vector{pleaseRelease});
+}
+
+TEST_F(NetworkDeviceStoreTest, aHealthCheckThatIsNotAnsweredYetIsNotRepeated) {
+  world.peer.answer = std::nullopt;
+  world.advance(1min);
+  EXPECT_EQ(world.peer.sent, std::vector{healthCheck});
+  world.peer.complete(PeerReply::failed("timeout"));
+  world.advance(15s);
+  EXPECT_EQ(world.peer.sent.size(), 2u);
+}
+
+TEST_F(NetworkDeviceStoreTest, afterFailedHealthChecksThePeerCountsAsReachableForFortyFiveSeconds) {
+  world.peer.answerDelay = std::nullopt;
+  world.advance(3s);
+  ASSERT_TRUE(world.network().isPeerReachable());
+  world.peer.answer = PeerReply::failed("conn_failed");
+  world.advance(44999ms);
+  EXPECT_TRUE(peer().isActive);
+  EXPECT_TRUE(world.network().isPeerReachable());
+  world.advance(1ms);
+  EXPECT_FALSE(world.network().isPeerReachable());
+}
+
+// Received commands
+
+TEST_F(NetworkDeviceStoreTest, answersAHealthCheckAndMarksThePeerReachable) {
+  EXPECT_EQ(world.peer.receive("HEALTH_CHECK")->replies, std::vector{operationSuccess});
+  EXPECT_TRUE(world.network().isPeerReachable());
+  EXPECT_EQ(saved(), world.network().networkDevices());
+}
+
+TEST_F(NetworkDeviceStoreTest, anUnknownCommandGetsNoReplyAndProvesNothing) {
+  world.log.expectError("Unknown command received");
+  for (const auto* text : {"health_check", "HEALTH_CHECK ", "", "HELLO"})
+    EXPECT_TRUE(world.peer.receive(text)->replies.empty());
+  EXPECT_FALSE(world.network().isPeerReachable());
+}
+
+TEST_F(NetworkDeviceStoreTest, announcementsAreAnsweredBeforeTheyAreHandedOn) {
+  const auto channel = std::make_shared<FakeReplyChannel>();
+  std::vector<std::size_t> repliesWhenHandedOn;
+  const auto subscription =
+      world.manager().observeOwnershipState([&](auto) { repliesWhenHandedOn.push_back(channel->replies.size()); });
+  world.peer.receive("CONNECTED", channel);
+  EXPECT_EQ(world.manager().ownershipState(), DeviceOwnershipState::otherMac);
+  world.peer.receive("RELEASED", channel);
+  EXPECT_EQ(world.manager().ownershipState(), DeviceOwnershipState::released);
+  EXPECT_EQ(repliesWhenHandedOn, (std::vector<std::size_t>{1, 2}));
+  EXPECT_EQ(channel->replies, (std::vector{operationSuccess, operationSuccess}));
+  EXPECT_TRUE(world.log.contains("Received CONNECTED: peer grabbed trackpad"));
+  EXPECT_TRUE(world.log.contains("Received RELEASED: peer released trackpad"));
+}
+
+TEST_F(NetworkDeviceStoreTest, repliesAreNoRequests) {
+  world.log.expectError("Unhandled command: OP_SUCCESS");
+  world.log.expectError("Unhandled command: OP_FAILED");
+  EXPECT_EQ(world.peer.receive("OP_SUCCESS")->replies, std::vector{operationFailed});
+  EXPECT_EQ(world.peer.receive("OP_FAILED")->replies, std::vector{operationFailed});
+}
+
+// Peers
+
+TEST_F(NetworkDeviceStoreTest, registeringReplacesThePeerAndTakesItOffTheDiscoveredList) {
+  world.peer.discover({"DEF456", "DEF456", "192.0.2.9", std::uint16_t{99}, world.time.now(), true, world.time.now()});
+  world.network().registerPeer(world.network().discoveredNetworkDevices().front());
+  EXPECT_EQ(peer().id, "DEF456");
+  EXPECT_EQ(world.network().networkDevices().size(), 1u);
+  EXPECT_TRUE(world.network().discoveredNetworkDevices().empty());
+  EXPECT_EQ(saved(), world.network().networkDevices());
+}
+
+TEST_F(NetworkDeviceStoreTest, aRemovedPeerIsForgottenAndCanBeFoundAgain) {
+  world.network().removePeer();
+  EXPECT_EQ(world.network().registeredPeer(), nullptr);
+  EXPECT_TRUE(saved().empty());
+  EXPECT_EQ(world.peer.reportsAsked, 1);
+  world.network().removePeer();
+  EXPECT_EQ(world.peer.reportsAsked, 1);
+}
+
+TEST_F(NetworkDeviceStoreTest, aRediscoveredPeerGivesTheRegisteredOneItsNewAddress) {
+  world.advance(1s);
+  world.peer.discover({"ABC123", "ABC123", "192.0.2.8", std::uint16_t{5000}, world.time.now(), true, world.time.now()});
+  EXPECT_EQ(peer().host, "192.0.2.8");
+  EXPECT_EQ(peer().port, 5000);
+  EXPECT_EQ(peer().lastUpdated, world.time.now());
+  EXPECT_FALSE(peer().isActive);
+  EXPECT_EQ(saved(), world.network().networkDevices());
+}
+
+TEST_F(NetworkDeviceStoreTest, aPeerThatIsFoundTwiceIsListedOnce) {
+  NetworkDevice found{"DEF456", "DEF456", "192.0.2.9", std::uint16_t{99}, world.time.now(), true, world.time.now()};
+  world.peer.discover(found);
+  found.port = 100;
+  world.peer.discover(found);
+  EXPECT_EQ(world.network().discoveredNetworkDevices(), std::vector{found});
+}
+
+TEST_F(NetworkDeviceStoreTest, aLostPeerIsUnreachable) {
+  send(released);
+  world.advance(1s);
+  world.peer.lose("ABC123");
+  EXPECT_FALSE(world.network().isPeerReachable());
+  EXPECT_EQ(saved(), world.network().networkDevices());
+}
+
+TEST_F(NetworkDeviceStoreTest, changingTheTransportForgetsWhatWasSeenButKeepsTheLastContact) {
+  send(released);
+  world.advance(1s);
+  world.peer.discover({"DEF456", "DEF456", "192.0.2.9", std::uint16_t{99}, world.time.now(), true, world.time.now()});
+  const auto contact = peer().lastReachableAt;
+  world.network().setTransportMode("bluetooth");
+  EXPECT_FALSE(world.peer.isStarted());
+  EXPECT_TRUE(world.log.contains("Starting BLE transport"));
+  EXPECT_EQ(world.defaults.string(settings::transportMode), "bluetooth");
+  EXPECT_TRUE(world.network().discoveredNetworkDevices().empty());
+  EXPECT_FALSE(peer().isActive);
+  EXPECT_EQ(peer().lastReachableAt, contact);
+  EXPECT_EQ(saved(), world.network().networkDevices());
+  world.network().setTransportMode("bonjour");
+  EXPECT_TRUE(world.peer.isStarted());
+  EXPECT_EQ(world.peer.starts, 2);
+}
+
+TEST_F(NetworkDeviceStoreTest, aReplyAfterTheTransportChangedStillCompletesItsCommand) {
+  world.peer.answer = std::nullopt;
+  send(pleaseRelease);
+  world.network().setTransportMode("bluetooth");
+  world.peer.complete(PeerReply::failed("timeout"));
+  EXPECT_EQ(replies.size(), 1u);
+  EXPECT_FALSE(world.network().outboundCommandInFlight());
+}
+
+}  // namespace
+}  // namespace zolvex::test
