@@ -12,8 +12,8 @@ namespace {
 
 using nlohmann::ordered_json;
 
-/// 2001-01-01 00:00:00 UTC, the epoch of stored dates, in seconds since 1970.
-constexpr double referenceDate = 978'307'200.0;
+/// 2001-01-01 00:00:00 UTC, the epoch of stored dates.
+constexpr Date referenceDate{std::chrono::seconds(978'307'200)};
 /// Dates further away than this (in seconds) are damage: they would not fit the clock's range.
 constexpr double furthestDate = 8.0e9;
 
@@ -25,7 +25,7 @@ Date dateOf(const nlohmann::json& value) {
   const auto seconds = value.get<double>();
   if (!value.is_number() || !(std::abs(seconds) < furthestDate))
     throw nlohmann::json::other_error::create(501, "date out of range", &value);
-  return Date(std::chrono::round<Date::duration>(Seconds(seconds + referenceDate)));
+  return referenceDate + std::chrono::round<std::chrono::microseconds>(Seconds(seconds));
 }
 
 ordered_json encoded(const NetworkDevice& device) {

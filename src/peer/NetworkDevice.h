@@ -26,7 +26,7 @@ struct NetworkDevice {
 };
 
 /// A JSON array of records keyed by the field names. Absent optionals are left out; dates are seconds since
-/// 2001-01-01 00:00 UTC. None when a text is not UTF-8.
+/// 2001-01-01 00:00 UTC, of microsecond precision. None when a text is not UTF-8.
 std::optional<std::string> encodeNetworkDevices(std::span<const NetworkDevice> devices);
 
 struct NetworkDevicesError {
