@@ -18,7 +18,7 @@ constexpr Date referenceDate{std::chrono::seconds(978'307'200)};
 constexpr double furthestDate = 8.0e9;
 
 double secondsOf(Date date) {
-  return Seconds(date.time_since_epoch()).count() - referenceDate;
+  return Seconds(date - referenceDate).count();
 }
 
 Date dateOf(const nlohmann::json& value) {
