@@ -1,0 +1,124 @@
+# Common parts of the scripts; sourced, never run.
+# shellcheck shell=bash
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root" || exit 1
+
+readonly status_failed=1 status_usage=2 status_packages=3
+
+step() { printf '\n==> %s\n' "$*"; }
+say() { printf '    %s\n' "$*"; }
+
+# fail TEXT [WHAT_TO_DO]
+fail() {
+  printf '\n%s: %s\n' "${0##*/}" "$1" >&2
+  [[ $# -lt 2 ]] || printf '%s: %s\n' "${0##*/}" "$2" >&2
+  exit "$status_failed"
+}
+
+# usage_error TEXT
+usage_error() {
+  printf '%s: %s; see %s --help\n' "${0##*/}" "$1" "$0" >&2
+  exit "$status_usage"
+}
+
+# Prints the comment block at the top of the calling script.
+print_help() { sed -n '2,/^[^#]/{s/^# \{0,1\}//p}' "$0"; }
+
+# How many things to do at once.
+jobs_count() { echo "${ZOLVEX_JOBS:-$(nproc)}"; }
+
+# packages_of GROUP...: the names in these groups of packaging/debian-packages.
+packages_of() {
+  awk -v wanted=" $* " '
+    /^#/ || NF == 0 { next }
+    /^\[/ { group = substr($0, 2, length($0) - 2); next }
+    index(wanted, " " group " ") { print $1 }' packaging/debian-packages
+}
+
+# missing_of GROUP...: those of them that are not installed.
+missing_of() {
+  local wanted installed
+  wanted=$(packages_of "$@" | sort -u)
+  # shellcheck disable=SC2086  # one argument a name
+  installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' $wanted 2>/dev/null |
+    awk '$1 == "installed" { print $2 }' | sort -u || true)
+  comm -23 <(echo "$wanted") <(echo "$installed")
+}
+
+# Whether commands can be run as root without asking somebody who is not there.
+can_sudo() {
+  command -v sudo >/dev/null || return 1
+  sudo -n true 2>/dev/null || [[ -t 0 ]]
+}
+
+as_root() {
+  if [[ $EUID -eq 0 ]]; then "$@"; else sudo -- "$@"; fi
+}
+
+apt_install() {
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+}
+
+# Without package lists, or with lists from before a package existed, names are unknown.
+apt_knows() {
+  local name
+  for name in "$@"; do
+    [[ -n $(apt-cache show --no-all-versions "$name" 2>/dev/null) ]] || return 1
+  done
+}
+
+# require_packages GROUP...: installs what is missing of these groups; instant when nothing is.
+require_packages() {
+  if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+    say "This is not a Debian system; expecting what these Debian packages hold: $(packages_of "$@" | xargs)"
+    return 0
+  fi
+  local missing
+  mapfile -t missing < <(missing_of "$@")
+  [[ ${#missing[@]} -gt 0 ]] || return 0
+
+  step "Installing ${#missing[@]} Debian packages"
+  say "${missing[*]}"
+  if [[ $EUID -ne 0 ]] && ! can_sudo; then
+    printf '\n%s: these packages are missing, and installing them needs root. Run as root:\n\n' "${0##*/}" >&2
+    printf 'apt-get update && apt-get install -y --no-install-recommends %s\n\n' "${missing[*]}" >&2
+    exit "$status_packages"
+  fi
+  apt_knows "${missing[@]}" || as_root apt-get update
+  apt_install "${missing[@]}" && return 0
+  say "Trying once more with fresh package lists"
+  as_root apt-get update
+  apt_install "${missing[@]}" ||
+    fail "installing packages failed (see above)" "mend the package sources, then run this again"
+}
+
+# build_preset PRESET [TARGET...]: configures where needed and builds.
+build_preset() {
+  local preset=$1 arguments=()
+  shift
+  [[ $# -eq 0 ]] || arguments=(--target "$@")
+  if command -v ccache >/dev/null; then export CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
+  step "Building (preset $preset, in build/$preset)"
+  cmake --preset "$preset" >"$(log_file "configure-$preset")" 2>&1 || {
+    cat "$(log_file "configure-$preset")" >&2
+    fail "configuring failed (see above)" "if build/$preset is from another machine or compiler, delete it and run this again"
+  }
+  NINJA_STATUS='    [%f/%t] ' cmake --build --preset "$preset" -j "$(jobs_count)" "${arguments[@]}" ||
+    fail "the build failed (see above)"
+}
+
+# log_file NAME: where a step keeps its output.
+log_file() {
+  mkdir -p build/logs
+  echo "build/logs/$1.log"
+}
+
+# Our own C++ files, tracked or new; shell scripts likewise.
+source_files() { git ls-files --cached --others --exclude-standard -- "$@" | sort -u | while read -r f; do [[ ! -e $f ]] || echo "$f"; done; }
+cpp_files() { source_files '*.cpp' '*.h'; }
+shell_files() {
+  source_files scripts .ci | while read -r file; do
+    [[ $(head -c 64 "$file" | head -n 1) != '#!'*bash* && $file != *.sh ]] || echo "$file"
+  done
+}
