@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <chrono>
+
+namespace zolvex::test {
+
+/// Longest wait for something that is bound to happen; long, because machines that run tests are slow at times.
+inline constexpr std::chrono::seconds patience{20};
+
+/// Lets the event loop run until `condition` holds, looking after each event. False when it still does not after
+/// `limit`.
+template <class Condition>
+[[nodiscard]] bool runUntil(Condition condition, std::chrono::milliseconds limit = patience) {
+  const QDeadlineTimer deadline(limit);
+  QTimer wake;  // ends the last wait
+  wake.setSingleShot(true);
+  wake.start(limit);
+  while (!condition()) {
+    if (deadline.hasExpired()) return false;
+    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  }
+  return true;
+}
+
+/// Handles everything that is pending now.
+inline void runPending() {
+  QCoreApplication::processEvents();
+}
+
+}  // namespace zolvex::test
