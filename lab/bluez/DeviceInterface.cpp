@@ -1,0 +1,168 @@
+#include "lab/bluez/DeviceInterface.h"
+
+#include "lab/bluez/AdapterInterface.h"
+#include "lab/bluez/BluezErrors.h"
+
+#include <QDBusObjectPath>
+
+namespace zolvex::lab {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint16 signalStrength = -52;
+
+}  // namespace
+
+DeviceInterface::DeviceInterface(BluezHost& host, AgentManager& agents, const QString& address)
+    : host_(host), agents_(agents), address_(address) {
+  connect(&host.tree, &BusTree::clientLeft, this, &DeviceInterface::onClientLeft);
+}
+
+DeviceInterface::~DeviceInterface() = default;
+
+QString DeviceInterface::pathOf(const QString& address) {
+  return AdapterInterface::path() + u"/dev_"_s + QString(address).replace(u':', u'_');
+}
+
+const VirtualDevice& DeviceInterface::device() const {
+  return *host_.radio.device(address_);
+}
+
+bool DeviceInterface::isBonded() const {
+  return host_.radio.holder(address_) == host_.identity.computer;
+}
+
+bool DeviceInterface::isConnected() const {
+  return host_.radio.connectedTo(address_) == host_.identity.computer;
+}
+
+QString DeviceInterface::name() const {
+  return u"org.bluez.Device1"_s;
+}
+
+QVariantMap DeviceInterface::properties() const {
+  const auto stored = host_.storage.value(address_);
+  QVariantMap all{
+      {u"Adapter"_s, QVariant::fromValue(QDBusObjectPath(AdapterInterface::path()))},
+      {u"Address"_s, address_},
+      {u"AddressType"_s, u"public"_s},
+      {u"Alias"_s, stored.alias.isEmpty() ? device().name : stored.alias},
+      {u"Blocked"_s, false},
+      {u"Bonded"_s, isBonded()},
+      {u"Class"_s, device().deviceClass},
+      {u"Connected"_s, isConnected()},
+      {u"LegacyPairing"_s, false},
+      {u"Name"_s, device().name},
+      {u"Paired"_s, isBonded() || isConnected()},
+      {u"ServicesResolved"_s, isConnected()},
+      {u"Trusted"_s, stored.isTrusted},
+      {u"UUIDs"_s, device().profiles},
+  };
+  if (!device().icon.isEmpty()) all.insert(u"Icon"_s, device().icon);
+  if (isHeard_) all.insert(u"RSSI"_s, QVariant::fromValue(signalStrength));
+  return all;
+}
+
+bool DeviceInterface::handle(const BusCall& call) {
+  if (call.member() == u"Pair"_s) return pair(call), true;
+  if (call.member() == u"CancelPairing"_s) return cancelPairing(call), true;
+  if (call.member() == u"Connect"_s) return connectDevice(call), true;
+  if (call.member() == u"Disconnect"_s) return disconnectDevice(call), true;
+  return false;
+}
+
+void DeviceInterface::pair(const BusCall& call) {
+  if (isBonded() || host_.suffers(FaultKind::halfBonded, address_)) return fail(call, bluezError::alreadyExists);
+  if (pairing_) return fail(call, bluezError::inProgress);
+  pairing_ = std::make_unique<Pairing>(host_, agents_, address_, call);
+  connect(pairing_.get(), &Pairing::finished, this, [this] {
+    pairing_.release()->deleteLater();
+    Q_EMIT idle();
+  });
+  pairing_->start();
+}
+
+void DeviceInterface::cancelPairing(const BusCall& call) {
+  if (!pairing_) return fail(call, bluezError::doesNotExist);
+  pairing_->cancel();
+  call.reply();
+}
+
+void DeviceInterface::connectDevice(const BusCall& call) {
+  if (!host_.isPowered()) return fail(call, bluezError::notReady);
+  if (isConnected()) return call.reply();
+  if (connecting_) return fail(call, bluezError::connectBusy);
+  if (device().profiles.isEmpty()) return fail(call, bluezError::noProfile);
+  connecting_ = call;
+  if (host_.diesOf(address_) || host_.suffers(FaultKind::hangsOnConnect, address_)) return;
+  BluezHost::after(host_.latency(address_), this, [this, call] { openLink(call); });
+}
+
+void DeviceInterface::openLink(const BusCall& call) {
+  connecting_.reset();
+  const auto answer =
+      host_.isPowered() ? host_.radio.openLink(host_.identity.computer, address_) : RadioAnswer::unreachable;
+  if (answer == RadioAnswer::accepted)
+    call.reply();
+  else
+    fail(call, answer == RadioAnswer::missed ? bluezError::pageTimeout : bluezError::createSocket);
+  Q_EMIT idle();
+}
+
+void DeviceInterface::disconnectDevice(const BusCall& call) {
+  if (!isConnected()) return fail(call, bluezError::notConnected);
+  BluezHost::after(host_.latency(address_), this, [this, call] {
+    host_.radio.closeLink(host_.identity.computer, address_);
+    call.reply();
+    Q_EMIT idle();
+  });
+}
+
+// A connection that is under way goes on without its caller; one that hangs is given up with it.
+void DeviceInterface::onClientLeft(const QString& client) {
+  if (!connecting_ || connecting_->sender() != client || !host_.suffers(FaultKind::hangsOnConnect, address_)) return;
+  connecting_.reset();
+  Q_EMIT idle();
+}
+
+void DeviceInterface::setProperty(const BusCall& call, const QString& property, const QVariant& value) {
+  auto& stored = host_.storage[address_];
+  if (property == u"Trusted"_s && value.typeId() == QMetaType::Bool)
+    stored.isTrusted = value.toBool();
+  else if (property == u"Alias"_s && value.typeId() == QMetaType::QString)
+    stored.alias = value.toString();
+  else if (property == u"Trusted"_s || property == u"Alias"_s)
+    return fail(call, bluezError::invalidArguments);
+  else
+    return BusInterface::setProperty(call, property, value);
+  call.reply();
+  host_.tree.publishChanges(pathOf(address_));
+}
+
+QString DeviceInterface::introspection() const {
+  return QStringLiteral(R"(<method name="Disconnect"/>
+<method name="Connect"/>
+<method name="Pair"/>
+<method name="CancelPairing"/>
+<property name="Address" type="s" access="read"/>
+<property name="AddressType" type="s" access="read"/>
+<property name="Name" type="s" access="read"/>
+<property name="Alias" type="s" access="readwrite"/>
+<property name="Class" type="u" access="read"/>
+<property name="Icon" type="s" access="read"/>
+<property name="Paired" type="b" access="read"/>
+<property name="Bonded" type="b" access="read"/>
+<property name="Trusted" type="b" access="readwrite"/>
+<property name="Blocked" type="b" access="read"/>
+<property name="LegacyPairing" type="b" access="read"/>
+<property name="RSSI" type="n" access="read"/>
+<property name="Connected" type="b" access="read"/>
+<property name="UUIDs" type="as" access="read"/>
+<property name="Adapter" type="o" access="read"/>
+<property name="ServicesResolved" type="b" access="read"/>
+)");
+}
+
+}  // namespace zolvex::lab
