@@ -106,9 +106,12 @@ bool waitUntil(const std::function<bool()>& condition) {
   clock.start();
   QTimer ticker;  // so that a condition that no event announces is looked at, too
   ticker.start(10);
-  while (!condition() && clock.elapsed() < waitLimitMilliseconds)
+  auto holds = condition();
+  while (!holds && clock.elapsed() < waitLimitMilliseconds) {
     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-  return condition();
+    holds = condition();
+  }
+  return holds;
 }
 
 BluezTest::BluezTest(BluezTiming timing) : laptop(radio, u"Laptop"_s, timing) {
