@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Time.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
@@ -62,8 +64,9 @@ class ServiceBrowser {
   virtual void searchForServices(const std::string& type, const std::string& domain,
                                  ServiceBrowserListener& listener) = 0;
 
-  /// Looks up a found service and answers with serviceResolved(), or not at all when `limit` seconds pass first.
-  virtual void resolve(const std::string& name, double limit) = 0;
+  /// Looks up a found service and answers with serviceResolved(), or not at all when `limit` passes first. When the
+  /// service moves later on, serviceResolved() is called again.
+  virtual void resolve(const std::string& name, Seconds limit) = 0;
 
   /// Afterwards the listener is not called any more.
   virtual void stop() = 0;

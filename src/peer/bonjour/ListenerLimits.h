@@ -1,0 +1,21 @@
+#pragma once
+
+#include "core/Time.h"
+
+#include <cstddef>
+
+namespace zolvex {
+
+/// How the listener protects itself against whoever connects to it. (The longest frame is part of the protocol:
+/// peerProtocol::maximumFrameLength.)
+struct ListenerLimits {
+  std::size_t connections = 64;         ///< Accepted connections alive at once.
+  Seconds frame{10.0};                  ///< From accepting a connection to its whole frame.
+  Seconds reply{120.0};                 ///< From the frame to the reply. Releasing many devices takes long.
+  Seconds farewell{2.0};                ///< From the reply to the requester's end of the connection.
+  std::size_t farewellBytes = 1 << 20;  ///< What is read and discarded meanwhile.
+  Seconds acceptPause{0.1};             ///< After accepting failed, for example for lack of descriptors.
+  Seconds logPause{60.0};               ///< Between two log lines about the same kind of misbehaviour.
+};
+
+}  // namespace zolvex

@@ -1,0 +1,135 @@
+#include "peer/bonjour/TcpListener.h"
+
+#include "core/Log.h"
+
+#include <asio/error.hpp>
+#include <asio/ip/v6_only.hpp>
+#include <asio/post.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace zolvex {
+
+namespace {
+
+constexpr Logger logger("Bonjour");
+
+/// Whether the listening socket itself is broken. Everything else accept() can say concerns one connection, or will
+/// pass: no descriptors, no memory, a network that went down.
+bool isFinal(asio::error_code error) {
+  return error == asio::error::bad_descriptor || error == asio::error::not_socket ||
+         error == asio::error::invalid_argument || error == asio::error::operation_not_supported;
+}
+
+}  // namespace
+
+TcpListener::TcpListener(NetworkThread& network, MainQueue& mainQueue, Events events, ListenerLimits limits)
+    : mainQueue_(mainQueue),
+      events_(std::move(events)),
+      surroundings_(std::make_shared<AcceptedConnection::Surroundings>(AcceptedConnection::Surroundings{
+          mainQueue, events_.received, limits, OccasionalLog(logger, limits.logPause)})),
+      acceptor_(network.publisherQueue()),
+      pause_(network.publisherQueue()) {}
+
+std::optional<std::string> TcpListener::open() {
+  if (!openWith(asio::ip::tcp::v6())) return std::nullopt;
+  const auto error = openWith(asio::ip::tcp::v4());
+  return error ? std::optional(error.message()) : std::nullopt;
+}
+
+asio::error_code TcpListener::openWith(const asio::ip::tcp& protocol) {
+  constexpr std::uint16_t anyPort = 0;
+  asio::error_code error;
+  acceptor_.close(error);
+  acceptor_.open(protocol, error);
+  if (!error && protocol == asio::ip::tcp::v6()) acceptor_.set_option(asio::ip::v6_only(false), error);
+  if (!error) acceptor_.bind({protocol, anyPort}, error);
+  if (!error) acceptor_.listen(asio::socket_base::max_listen_connections, error);
+  return error;
+}
+
+void TcpListener::start() {
+  asio::post(acceptor_.get_executor(), [self = shared_from_this()] { self->begin(); });
+}
+
+void TcpListener::cancel() {
+  asio::post(acceptor_.get_executor(), [self = shared_from_this()] { self->end(); });
+}
+
+void TcpListener::begin() {
+  asio::error_code error;
+  const auto port = acceptor_.local_endpoint(error).port();
+  if (error) return acceptFailed(error);
+  logger.info("Listener ready: Port {}", port);
+  mainQueue_.async([ready = events_.ready, port] { ready(port); });
+  accept();
+}
+
+void TcpListener::accept() {
+  acceptor_.async_accept([self = shared_from_this()](asio::error_code error, asio::ip::tcp::socket socket) {
+    if (self->acceptor_.is_open()) self->accepted(error, std::move(socket));
+  });
+}
+
+void TcpListener::accepted(asio::error_code error, asio::ip::tcp::socket socket) {
+  if (error) return acceptFailed(error);
+  admit(std::move(socket));
+  accept();
+}
+
+void TcpListener::acceptFailed(asio::error_code error) {
+  if (isFinal(error)) {
+    logger.error("Listener error: {}", error.message());
+    asio::error_code ignored;
+    acceptor_.close(ignored);
+    return mainQueue_.async(events_.failed);
+  }
+  surroundings_->occasionalLog.error(OccasionalLog::Kind::acceptFailed,
+                                     "Cannot accept a connection: " + error.message());
+  pause_.expires_after(std::chrono::ceil<asio::steady_timer::duration>(surroundings_->limits.acceptPause));
+  pause_.async_wait([self = shared_from_this()](asio::error_code) {
+    if (self->acceptor_.is_open()) self->accept();
+  });
+}
+
+void TcpListener::admit(asio::ip::tcp::socket socket) {
+  if (!makeRoom()) return;  // the newcomer is the only one that is unfinished
+  const auto connection = std::make_shared<AcceptedConnection>(std::move(socket), surroundings_);
+  connections_.push_back(connection);
+  connection->start();
+}
+
+/// Closes the oldest connection for which nobody is working when there are as many as there may be. Those whose
+/// command is being handled stay: they are what the listener is for, and they bound the work waiting on the main queue.
+bool TcpListener::makeRoom() {
+  using Phase = AcceptedConnection::Phase;
+  std::erase_if(connections_, [](const auto& weak) {
+    const auto connection = weak.lock();
+    return !connection || connection->phase() == Phase::closed;
+  });
+  if (connections_.size() < surroundings_->limits.connections) return true;
+  surroundings_->occasionalLog.error(OccasionalLog::Kind::tooManyConnections,
+                                     "Too many connections: closing the oldest unfinished one");
+  const auto victim = std::find_if(connections_.begin(), connections_.end(),
+                                   [](const auto& weak) { return weak.lock()->phase() != Phase::answering; });
+  if (victim == connections_.end()) return false;
+  victim->lock()->close();
+  connections_.erase(victim);
+  return true;
+}
+
+void TcpListener::end() {
+  if (!acceptor_.is_open()) return;
+  asio::error_code ignored;
+  acceptor_.close(ignored);
+  pause_.cancel();
+  for (const auto& weak : connections_) {
+    const auto connection = weak.lock();
+    if (connection && connection->phase() == AcceptedConnection::Phase::reading) connection->close();
+  }
+  logger.info("Listener was cancelled");
+}
+
+}  // namespace zolvex

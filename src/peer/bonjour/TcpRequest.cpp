@@ -1,0 +1,126 @@
+#include "peer/bonjour/TcpRequest.h"
+
+#include "core/Log.h"
+#include "core/Text.h"
+
+#include <asio/buffer.hpp>
+#include <asio/ip/address.hpp>
+#include <asio/post.hpp>
+#include <asio/write.hpp>
+
+#include <chrono>
+#include <string_view>
+#include <utility>
+
+namespace zolvex {
+
+namespace {
+
+constexpr Logger logger("Bonjour");
+
+constexpr std::size_t longerThanAnyCommand = 64;  // characters
+
+/// What is left of an endless reply: enough to quote, cut between two characters.
+PeerReply replyFromEndlessText(std::string_view text) {
+  return replyFromText(firstCharacters(text, longerThanAnyCommand));
+}
+
+}  // namespace
+
+void TcpRequest::send(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
+                      Completion completion, Seconds limit) {
+  auto request = std::make_shared<TcpRequest>(network, mainQueue, std::move(target), command, std::move(completion));
+  asio::post(network.connectionQueue(), [request = std::move(request), limit] { request->start(limit); });
+}
+
+TcpRequest::TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
+                       Completion completion)
+    : mainQueue_(mainQueue),
+      target_(std::move(target)),
+      command_(command),
+      frame_(frameOf(command)),
+      completion_(std::move(completion)),
+      socket_(network.connectionQueue()),
+      timeout_(network.connectionQueue()) {}
+
+void TcpRequest::start(Seconds limit) {
+  timeout_.expires_after(std::chrono::ceil<asio::steady_timer::duration>(limit));
+  timeout_.async_wait([self = shared_from_this()](asio::error_code error) {
+    if (!error && !self->isCompleted_) self->limitReached();
+  });
+  connect();
+}
+
+void TcpRequest::limitReached() {
+  logger.error("Command {} timed out", rawValueOf(command_));
+  complete(PeerReply::failed("timeout"));
+}
+
+void TcpRequest::connect() {
+  asio::error_code error;
+  const auto address = asio::ip::make_address(target_.host, error);
+  if (error) return connectionFailed("not a numeric address: " + escapedForLog(target_.host));
+  socket_.async_connect({address, target_.port}, [self = shared_from_this()](asio::error_code connectError) {
+    if (self->isCompleted_) return;
+    connectError ? self->connectionFailed(connectError.message()) : self->connected();
+  });
+}
+
+void TcpRequest::connectionFailed(const std::string& reason) {
+  logger.error("Connection to peer failed: {}", reason);
+  complete(PeerReply::failed("conn_failed"));
+}
+
+void TcpRequest::connected() {
+  logger.info("Connected to peer, sending {}", rawValueOf(command_));
+  asio::async_write(socket_, asio::buffer(frame_), [self = shared_from_this()](asio::error_code error, std::size_t n) {
+    if (!self->isCompleted_) self->sent(error, n);
+  });
+}
+
+/// A peer may have answered before it refused the rest, so the reply is read whatever became of the sending.
+void TcpRequest::sent(asio::error_code error, std::size_t count) {
+  if (error) {
+    logger.error("Send error: {}", error.message());
+  } else {
+    logger.info("Sent {} bytes to peer", count);
+    asio::error_code ignored;  // a peer that is gone already shows itself in the reading
+    socket_.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+  }
+  awaitReply();
+}
+
+void TcpRequest::awaitReply() {
+  socket_.async_read_some(asio::buffer(bytes_), [self = shared_from_this()](asio::error_code error, std::size_t n) {
+    if (!self->isCompleted_) self->received(error, n);
+  });
+}
+
+void TcpRequest::received(asio::error_code error, std::size_t count) {
+  const auto state = reader_.feed({bytes_.data(), count});
+  const auto& text = reader_.message();
+  if (state == FrameReader::State::complete) {
+    logger.info("Client got response ({} bytes)", text.size());
+    return complete(replyFromText(text));
+  }
+  if (state == FrameReader::State::tooLong) {
+    logger.error("Peer sent more than {} bytes without a delimiter", text.size());
+    return complete(replyFromEndlessText(text));
+  }
+  error ? connectionEnded() : awaitReply();
+}
+
+void TcpRequest::connectionEnded() {
+  logger.info("Connection ended before delimiter ({} bytes)", reader_.message().size());
+  complete(replyFromText(reader_.message()));
+}
+
+void TcpRequest::complete(PeerReply reply) {
+  isCompleted_ = true;
+  timeout_.cancel();
+  asio::error_code ignored;
+  socket_.close(ignored);
+  mainQueue_.async([completion = std::exchange(completion_, nullptr), reply = std::move(reply)] { completion(reply); });
+}
+
+}  // namespace zolvex

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "core/MainQueue.h"
+#include "peer/DeviceCommand.h"
+#include "peer/FrameReader.h"
+#include "peer/PeerProtocol.h"
+#include "peer/bonjour/NetworkThread.h"
+
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace zolvex {
+
+/// One request to a peer over a connection of its own: connect, send the frame, half-close, read one reply frame.
+/// Reply, failure and time-out race; the first one completes the request and closes the connection, the others find
+/// it done. Owned by its own pending steps. Runs on the connection queue; the completion runs on the main queue, once,
+/// or never when the network thread or the main queue ends first.
+class TcpRequest : public std::enable_shared_from_this<TcpRequest> {
+ public:
+  using Completion = std::function<void(const PeerReply&)>;
+
+  struct Target {
+    std::string host;  ///< A numeric address; a link-local IPv6 one with its scope ("fe80::1%eth0").
+    std::uint16_t port = 0;
+  };
+
+  /// Main thread.
+  static void send(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
+                   Completion completion, Seconds limit = peerProtocol::commandTimeout);
+
+  /// For send() only.
+  TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command, Completion completion);
+
+ private:
+  void start(Seconds limit);
+  void limitReached();
+  void connect();
+  void connected();
+  void connectionFailed(const std::string& reason);
+  void sent(asio::error_code error, std::size_t count);
+  void awaitReply();
+  void received(asio::error_code error, std::size_t count);
+  void connectionEnded();
+  void complete(PeerReply reply);
+
+  MainQueue& mainQueue_;
+  const Target target_;
+  const DeviceCommand command_;
+  const std::string frame_;
+  Completion completion_;
+  bool isCompleted_ = false;
+  asio::ip::tcp::socket socket_;
+  asio::steady_timer timeout_;
+  FrameReader reader_;
+  std::array<char, peerProtocol::maximumReadLength> bytes_;
+};
+
+}  // namespace zolvex
