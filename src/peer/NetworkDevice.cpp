@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 namespace zolvex {
 
@@ -22,9 +24,8 @@ double secondsOf(Date date) {
 }
 
 Date dateOf(const nlohmann::json& value) {
-  const auto seconds = value.get<double>();
-  if (!value.is_number() || !(std::abs(seconds) < furthestDate))
-    throw nlohmann::json::other_error::create(501, "date out of range", &value);
+  const auto seconds = value.is_number() ? value.get<double>() : std::nan("");
+  if (!(std::abs(seconds) < furthestDate)) throw nlohmann::json::other_error::create(501, "date out of range", &value);
   return referenceDate + std::chrono::round<std::chrono::microseconds>(Seconds(seconds));
 }
 
@@ -45,8 +46,10 @@ const nlohmann::json* optionalField(const nlohmann::json& record, const char* ke
 }
 
 std::uint16_t portOf(const nlohmann::json& value) {
-  const auto number = value.get<std::int64_t>();
-  if (!value.is_number_integer() || number < 0 || number > UINT16_MAX)
+  // Asked for its kind first: a fraction beyond the range of integers must not be converted to one.
+  const auto number =
+      value.is_number_unsigned() ? value.get<std::uint64_t>() : std::numeric_limits<std::uint64_t>::max();
+  if (number > std::numeric_limits<std::uint16_t>::max())
     throw nlohmann::json::other_error::create(501, "port out of range", &value);
   return static_cast<std::uint16_t>(number);
 }
