@@ -1,0 +1,30 @@
+#include "platform/linux/BluezClassicController.h"
+
+#include "platform/linux/BluezAddress.h"
+#include "platform/linux/BluezClassicDevice.h"
+
+namespace zolvex {
+
+BluezClassicController::BluezClassicController(const QDBusConnection& connection, const Options& options)
+    : bus_(connection, options.service),
+      // A text that is no address is kept: it then matches no adapter, as an adapter that is not there does.
+      adapter_(bus_, bluezAddress(options.adapterAddress).value_or(options.adapterAddress)) {}
+
+std::unique_ptr<BluetoothClassicDevice> BluezClassicController::deviceWithAddress(const std::string& address,
+                                                                                  Lookup lookup) {
+  const auto wanted = bluezAddress(address);
+  if (!wanted) return nullptr;
+  const auto device = lookup == Lookup::known ? adapter_.known(*wanted) : adapter_.inRange(*wanted);
+  return device ? std::make_unique<BluezClassicDevice>(bus_, adapter_, *device) : nullptr;
+}
+
+std::vector<BluetoothClassicController::PairedDevice> BluezClassicController::pairedDevices() {
+  std::vector<PairedDevice> paired;
+  for (const auto& device : adapter_.pairedDevices()) {
+    const auto name = device.name ? std::optional(device.name->toStdString()) : std::nullopt;
+    paired.push_back({printedAddress(device.address), name, device.isConnected});
+  }
+  return paired;
+}
+
+}  // namespace zolvex
