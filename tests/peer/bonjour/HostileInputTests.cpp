@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr std::size_t manyConnections = 1000;
-constexpr std::size_t tolerableGrowth = 8 << 20;  // bytes
+constexpr std::size_t tolerableGrowth = 32 << 20;  // bytes; the sanitizers keep some of what is freed
 
 constexpr auto tooSlow = "Closing a connection that sent no whole frame in time";
 constexpr auto tooLong = "Closing a connection that sent too much without a delimiter";

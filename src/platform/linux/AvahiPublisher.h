@@ -1,0 +1,58 @@
+#pragma once
+
+#include "core/Published.h"
+#include "peer/bonjour/DnsSd.h"
+
+#include <QDBusMessage>
+#include <QObject>
+#include <QString>
+
+#include <optional>
+#include <string>
+
+namespace zolvex {
+
+class AvahiDaemon;
+
+/// Publishes one service through avahi-daemon: makes an entry group, adds the service to it, commits it and listens to
+/// what becomes of it. A name that is taken, on this computer or on the network, is followed by the next one
+/// ("Zolvex-ABC123", "Zolvex-ABC123 #2", ...). When the daemon comes back it all begins anew, with the wanted name.
+/// Owned by the application; the daemon must outlive it. Main thread.
+class AvahiPublisher final : public QObject, public ServicePublisher {
+  Q_OBJECT
+
+ public:
+  static constexpr int maximumNames = 20;  ///< Tried before it gives up.
+
+  explicit AvahiPublisher(AvahiDaemon& daemon);
+  ~AvahiPublisher() override;
+
+  void publish(const Service& service, ServicePublicationListener& listener) override;
+  void unpublish() override;
+
+ private:
+  void begin();
+  void groupMade(const QString& path);
+  void addService();
+  void added(const QDBusMessage& reply);
+  void commit();
+  void tryNextName();
+  void failed(const QString& error);
+  std::string currentName() const;
+  void dropGroup();
+
+ private Q_SLOTS:
+  void stateChanged(const QDBusMessage& message);
+
+ private:
+  AvahiDaemon& daemon_;
+  std::optional<Service> wanted_;
+  ServicePublicationListener* listener_ = nullptr;
+  int nameNumber_ = 1;
+  QString groupPath_;     // empty while there is none
+  unsigned attempt_ = 0;  // answers that belong to an earlier one are not heard
+  Subscription started_;
+  Subscription ended_;
+};
+
+}  // namespace zolvex

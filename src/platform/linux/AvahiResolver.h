@@ -1,0 +1,73 @@
+#pragma once
+
+#include "core/Time.h"
+
+#include <QDBusMessage>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zolvex {
+
+class AvahiDaemon;
+
+/// Looks one service up, for both address families at once, and stays to tell when its address or port changes.
+/// An IPv4 address is reported at once; with only an IPv6 one it waits a moment for the other. What is not found
+/// within the limit is not reported at all.
+/// Owned by the browser, for as long as the service is there and the daemon runs. Main thread.
+class AvahiResolver final : public QObject {
+  Q_OBJECT
+
+ public:
+  static constexpr std::chrono::milliseconds waitForIpv4{500};
+
+  struct Service {
+    QString name;
+    QString type;
+    QString domain;
+  };
+  using Resolved = std::function<void(const std::vector<std::string>& addresses, std::uint16_t port)>;
+
+  AvahiResolver(AvahiDaemon& daemon, Service service, Seconds limit, Resolved resolved);
+  ~AvahiResolver() override;
+
+ private:
+  struct Lookup {
+    QString path;  // empty until the daemon has made it
+    std::optional<std::string> address;
+    std::uint16_t port = 0;
+  };
+  using Report = std::pair<std::vector<std::string>, std::uint16_t>;
+
+  void prepare(int addressProtocol);
+  void start(int addressProtocol, const QString& path);
+  Lookup* lookupAt(const QString& path);
+  void settle();
+  void report();
+  void limitReached();
+  void free();
+
+ private Q_SLOTS:
+  void found(const QDBusMessage& message);
+  void failure(const QDBusMessage& message);
+
+ private:
+  AvahiDaemon& daemon_;
+  const Service service_;
+  const Resolved resolved_;
+  std::array<Lookup, 2> lookups_;  // by address protocol
+  std::optional<Report> lastReport_;
+  QTimer limit_;
+  QTimer ipv4Wait_;
+};
+
+}  // namespace zolvex
