@@ -12,14 +12,13 @@ namespace zolvex::test {
 /// Longest wait for something that is bound to happen; long, because machines that run tests are slow at times.
 inline constexpr std::chrono::seconds patience{20};
 
-/// Lets the event loop run until `condition` holds, looking after each event. False when it still does not after
-/// `limit`.
+/// Lets the event loop run until `condition` holds, looking after each event and, as the condition may depend on what
+/// sends this process no event, every few milliseconds. False when it still does not hold after `limit`.
 template <class Condition>
 [[nodiscard]] bool runUntil(Condition condition, std::chrono::milliseconds limit = patience) {
-  const QDeadlineTimer deadline(limit);
-  QTimer wake;  // ends the last wait
-  wake.setSingleShot(true);
-  wake.start(limit);
+  const QDeadlineTimer deadline(limit, Qt::PreciseTimer);
+  QTimer heartbeat;
+  heartbeat.start(std::chrono::milliseconds(20));
   while (!condition()) {
     if (deadline.hasExpired()) return false;
     QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);

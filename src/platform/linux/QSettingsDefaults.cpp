@@ -139,7 +139,8 @@ void QSettingsDefaults::lookAgain() {
 
 QVariantMap QSettingsDefaults::readAll() const {
   QVariantMap all;
-  for (const auto& key : settings_.allKeys()) all.insert(key, settings_.value(key));
+  for (const auto& key : settings_.allKeys())
+    if (!key.isEmpty()) all.insert(key, settings_.value(key));
   return all;
 }
 

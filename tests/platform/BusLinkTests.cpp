@@ -1,0 +1,164 @@
+#include "lab/PrivateBus.h"
+#include "platform/linux/BusLink.h"
+#include "platform/linux/QtMainQueue.h"
+#include "support/EventLoop.h"
+#include "support/LogCapture.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingReply>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <optional>
+
+namespace zolvex::test {
+namespace {
+
+struct BusLinkTest : testing::Test {
+  void make(const QString& address) {
+    link.emplace(queue, "test bus", address.toStdString());
+    arrival = link->arrived.observe([this] { ++arrivals; });
+    loss = link->lost.observe([this] { ++losses; });
+    link->start();
+  }
+
+  LogCapture log;
+  lab::PrivateBus bus;
+  QtMainQueue queue;
+  std::optional<BusLink> link;
+  Subscription arrival;
+  Subscription loss;
+  int arrivals = 0;
+  int losses = 0;
+};
+
+TEST_F(BusLinkTest, connectsWithoutHoldingUpItsThread) {
+  ASSERT_TRUE(bus.start()) << bus.errorString().toStdString();
+  make(bus.address());
+  EXPECT_FALSE(link->isConnected());
+  ASSERT_TRUE(runUntil([&] { return arrivals == 1; }));
+  EXPECT_TRUE(link->isConnected());
+  EXPECT_TRUE(log.contains("connected to the test bus"));
+}
+
+TEST_F(BusLinkTest, theConnectionWorks) {
+  ASSERT_TRUE(bus.start());
+  make(bus.address());
+  ASSERT_TRUE(runUntil([&] { return link->isConnected(); }));
+  const auto call =
+      QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                                     QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetId"));
+  QDBusPendingReply<QString> reply = link->connection().asyncCall(call);
+  reply.waitForFinished();
+  EXPECT_FALSE(reply.value().isEmpty());
+}
+
+TEST_F(BusLinkTest, waitsForABusThatComesLater) {
+  log.expectError("no test bus yet, waiting for it: ");
+  make(bus.address());
+  ASSERT_TRUE(runUntil([&] { return !log.lines().empty(); }));
+  EXPECT_FALSE(link->isConnected());
+  ASSERT_TRUE(bus.start());
+  ASSERT_TRUE(runUntil([&] { return arrivals == 1; }));
+}
+
+TEST_F(BusLinkTest, noticesTheLossAndTheReturnOfItsBus) {
+  log.expectError("lost the test bus, waiting for it");
+  ASSERT_TRUE(bus.start());
+  make(bus.address());
+  ASSERT_TRUE(runUntil([&] { return arrivals == 1; }));
+  bus.stop();
+  ASSERT_TRUE(runUntil([&] { return losses == 1; }));
+  EXPECT_FALSE(link->isConnected());
+  ASSERT_TRUE(bus.start());
+  ASSERT_TRUE(runUntil([&] { return arrivals == 2; }));
+  EXPECT_EQ(losses, 1);
+}
+
+TEST_F(BusLinkTest, aMissingBusIsLoggedOnce) {
+  log.expectError("no test bus yet, waiting for it: ");
+  make(QStringLiteral("unix:path=/nonexistent/bus"));
+  const auto enough = BusLink::retryInterval * 1.5;
+  ASSERT_FALSE(runUntil([] { return false; }, std::chrono::duration_cast<std::chrono::milliseconds>(enough)));
+  EXPECT_EQ(log.lines().size(), 1u);
+}
+
+TEST_F(BusLinkTest, anAddressThatIsNoneIsJustAMissingBus) {
+  log.expectError("no test bus yet, waiting for it: ");
+  make(QStringLiteral("no such thing"));
+  ASSERT_TRUE(runUntil([&] { return !log.lines().empty(); }));
+  EXPECT_FALSE(link->isConnected());
+}
+
+TEST_F(BusLinkTest, mayEndWhileItConnects) {
+  ASSERT_TRUE(bus.start());
+  for (int i = 0; i < 20; ++i) {
+    make(bus.address());
+    link.reset();
+  }
+  runPending();
+  EXPECT_EQ(arrivals, 0);
+}
+
+TEST_F(BusLinkTest, aBusThatAcceptsButNeverAnswersBlocksNobody) {
+  ASSERT_TRUE(bus.start());
+  const auto daemon = static_cast<pid_t>(bus.processId());
+  kill(daemon, SIGSTOP);
+  make(bus.address());
+  int turns = 0;
+  const auto turn = queue.after(std::chrono::milliseconds(50), [&] { ++turns; });
+  EXPECT_TRUE(runUntil([&] { return turns == 1; }));
+  EXPECT_FALSE(link->isConnected());
+  kill(daemon, SIGCONT);
+  EXPECT_TRUE(runUntil([&] { return arrivals == 1; }));
+}
+
+TEST_F(BusLinkTest, usersMayMakeTheirSubscriptionsFromWithinTheNews) {
+  ASSERT_TRUE(bus.start());
+  make(bus.address());
+  Subscription second;
+  const auto first = link->arrived.observe([&] { second = link->lost.observe([] {}); });
+  ASSERT_TRUE(runUntil([&] { return arrivals == 1; }));
+}
+
+struct BusLinkEnvironmentTest : BusLinkTest {
+  ~BusLinkEnvironmentTest() override {
+    qputenv("DBUS_SESSION_BUS_ADDRESS", session);
+    qputenv("XDG_RUNTIME_DIR", runtime);
+  }
+  void connects(BusLink::Bus which) {
+    link.emplace(queue, which);
+    link->start();
+    EXPECT_TRUE(runUntil([&] { return link->isConnected(); }));
+  }
+  const QByteArray session = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+  const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+};
+
+TEST_F(BusLinkEnvironmentTest, findsTheSessionBusByItsVariable) {
+  ASSERT_TRUE(bus.start());
+  qputenv("DBUS_SESSION_BUS_ADDRESS", bus.address().toUtf8());
+  connects(BusLink::Bus::session);
+}
+
+TEST_F(BusLinkEnvironmentTest, findsTheSessionBusInTheRuntimeDirectory) {
+  ASSERT_TRUE(bus.start());
+  qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+  auto directory = bus.address().toUtf8();
+  directory.remove(0, static_cast<int>(qstrlen("unix:path=")));
+  directory.chop(static_cast<int>(qstrlen("/bus")));
+  qputenv("XDG_RUNTIME_DIR", directory);
+  connects(BusLink::Bus::session);
+}
+
+TEST_F(BusLinkEnvironmentTest, anEnvironmentWithoutASessionIsAMissingBus) {
+  log.expectError("no session bus yet, waiting for it: ");
+  qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+  qunsetenv("XDG_RUNTIME_DIR");
+  link.emplace(queue, BusLink::Bus::session);
+  link->start();
+  EXPECT_TRUE(runUntil([&] { return !log.lines().empty(); }));
+}
+
+}  // namespace
+}  // namespace zolvex::test
