@@ -45,8 +45,11 @@ const NetworkDevice* NetworkDeviceStore::registeredPeer() const {
 
 bool NetworkDeviceStore::isPeerReachable() const {
   const auto* peer = registeredPeer();
-  return peer && peer->isActive && peer->lastReachableAt &&
-         mainQueue_.now() - *peer->lastReachableAt < peerReachabilityFreshness;
+  return peer && isReachable(*peer, mainQueue_.now());
+}
+
+bool NetworkDeviceStore::isReachable(const NetworkDevice& device, Date now) {
+  return device.isActive && device.lastReachableAt && now - *device.lastReachableAt < peerReachabilityFreshness;
 }
 
 std::string NetworkDeviceStore::transportMode() const {

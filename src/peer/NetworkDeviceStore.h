@@ -46,6 +46,9 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   const NetworkDevice* registeredPeer() const;
   const std::vector<NetworkDevice>& discoveredNetworkDevices() const { return discoveredNetworkDevices_.value(); }
   bool isPeerReachable() const;
+
+  /// Whether a computer counts as reachable at `now`: active, and heard of less than 45 s ago.
+  static bool isReachable(const NetworkDevice& device, Date now);
   bool outboundCommandInFlight() const { return outboundCommandInFlight_; }
   std::string transportMode() const;
 

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "control/ControlOperations.h"
+#include "control/ControlState.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <variant>
+
+namespace zolvex::control {
+
+/// The object on the bus: reads calls and property requests, has them carried out, answers, and sends
+/// PropertiesChanged. Knows the members only by the tables in its source and the interface's XML. Main thread.
+class ControlObject final : public QDBusVirtualObject {
+ public:
+  ControlObject(const Controlled& controlled);
+
+  /// The connection on which changes are told; none while there is no bus.
+  void setConnection(std::optional<QDBusConnection> connection) { connection_ = std::move(connection); }
+
+  QString introspect(const QString& path) const override;
+  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+
+ private:
+  using Answer = std::function<void(const std::variant<QVariantList, ControlError>&)>;
+  struct Method {
+    QString signature;  // of its arguments
+    std::function<void(const QVariantList& arguments, const Answer& answer)> run;
+  };
+
+  void addMethods();
+  void addSetupMethods();
+  void add(const char* name, const char* signature, decltype(Method::run) run);
+
+  void callMethod(const QDBusMessage& message, const QDBusConnection& connection);
+  void callProperties(const QDBusMessage& message, const QDBusConnection& connection);
+  QDBusMessage propertyReply(const QDBusMessage& message) const;
+  void tellAssigned(const QString& name, const QVariant& value);
+
+  Controlled use_;
+  ControlOperations operations_;
+  ControlState state_;
+  std::map<QString, Method> methods_;
+  std::optional<QDBusConnection> connection_;
+  Subscription assignments_;
+};
+
+}  // namespace zolvex::control

@@ -1,0 +1,83 @@
+#include "control/ControlOperations.h"
+
+#include "core/Text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zolvex::control {
+
+ControlOperations::ControlOperations(const Controlled& controlled)
+    : use_(controlled),
+      settings_(controlled.defaults, controlled.networkStore),
+      selection_(controlled.defaults, controlled.bluetoothStore),
+      scan_(controlled.mainQueue, controlled.scanQueue, controlled.workerClient) {}
+
+Refusal ControlOperations::connectToThisMac(bool connectMissing) {
+  if (auto refusal = refusalWhileSwitching()) return refusal;
+  use_.deviceManager.connectToThisMac(connectMissing);
+  return std::nullopt;
+}
+
+Refusal ControlOperations::forceConnect(bool connectMissing) {
+  if (auto refusal = refusalWhileSwitching()) return refusal;
+  use_.deviceManager.forceConnect(connectMissing);
+  return std::nullopt;
+}
+
+Refusal ControlOperations::release() {
+  if (auto refusal = refusalWhileSwitching()) return refusal;
+  use_.deviceManager.releaseDevices();
+  return std::nullopt;
+}
+
+Refusal ControlOperations::refusalWhileSwitching() const {
+  if (!use_.deviceManager.isSwitching()) return std::nullopt;
+  return ControlError{error::busy, "The devices are being moved already: " + use_.deviceManager.lastResult()};
+}
+
+bool ControlOperations::cancel() {
+  const bool isRunning = use_.deviceManager.isSwitching();
+  use_.deviceManager.cancelCurrentOperation();
+  return isRunning;
+}
+
+void ControlOperations::refresh() {
+  use_.deviceManager.refreshFromLiveState();
+}
+
+void ControlOperations::manageDevices(std::vector<std::string> addresses, Done done) {
+  if (auto refusal = refusalOfSetup(!addresses.empty())) return done(refusal);
+  scan_.list([this, addresses = std::move(addresses), done = std::move(done)](const PairedDeviceScan::Devices& paired) {
+    if (auto refusal = refusalOfSetup(true)) return done(refusal);  // the peer may have been removed meanwhile
+    if (auto refusal = selection_.save(addresses, paired)) return done(refusal);
+    use_.deviceManager.devicesConfigured();
+    done(std::nullopt);
+  });
+}
+
+Refusal ControlOperations::refusalOfSetup(bool anySelected) const {
+  if (!anySelected) return ControlError{error::incompleteSetup, "Select at least one device to finish setup."};
+  if (!use_.networkStore.registeredPeer())
+    return ControlError{error::incompleteSetup, "Add your peer Mac to finish setup."};
+  return std::nullopt;
+}
+
+Refusal ControlOperations::registerPeer(const std::string& id) {
+  const auto& discovered = use_.networkStore.discoveredNetworkDevices();
+  const auto found = std::find_if(discovered.begin(), discovered.end(), [wanted = uppercased(id)](const auto& device) {
+    return uppercased(device.id) == wanted;
+  });
+  if (found == discovered.end())
+    return ControlError{error::unknownPeer, "No computer with the ID " + escapedForLog(id) + " is to be seen."};
+  use_.networkStore.registerPeer(*found);
+  return std::nullopt;
+}
+
+Refusal ControlOperations::removePeer() {
+  if (!use_.networkStore.registeredPeer()) return ControlError{error::noPeer, "No peer added"};
+  use_.networkStore.removePeer();
+  return std::nullopt;
+}
+
+}  // namespace zolvex::control

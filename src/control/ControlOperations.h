@@ -1,0 +1,60 @@
+#pragma once
+
+#include "bluetooth/BluetoothWorkerClient.h"
+#include "control/ControlError.h"
+#include "control/ControlSettings.h"
+#include "control/DeviceSelection.h"
+#include "control/PairedDeviceScan.h"
+#include "ownership/DeviceManager.h"
+#include "peer/NetworkDeviceStore.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace zolvex::control {
+
+/// The application's objects that the control interface shows and operates. All outlive it.
+struct Controlled {
+  MainQueue& mainQueue;
+  UserDefaults& defaults;
+  BluetoothPeripheralStore& bluetoothStore;
+  DeviceManager& deviceManager;
+  NetworkDeviceStore& networkStore;
+  const BluetoothWorkerClient& workerClient;
+  SerialQueue& scanQueue;  ///< Only for listings of paired devices.
+};
+
+/// What the popover and the settings page can do, for callers that must be told why something was refused. It decides
+/// nothing about devices. Main thread.
+class ControlOperations {
+ public:
+  using Done = std::function<void(const Refusal&)>;
+
+  explicit ControlOperations(const Controlled& controlled);
+
+  Refusal connectToThisMac(bool connectMissing);
+  Refusal forceConnect(bool connectMissing);
+  Refusal release();
+
+  /// Whether there was something to cancel.
+  bool cancel();
+  void refresh();
+
+  void pairedDevices(PairedDeviceScan::Answer answer) { scan_.list(std::move(answer)); }
+  void manageDevices(std::vector<std::string> addresses, Done done);
+  Refusal registerPeer(const std::string& id);
+  Refusal removePeer();
+  ControlSettings& settings() { return settings_; }
+
+ private:
+  Refusal refusalWhileSwitching() const;
+  Refusal refusalOfSetup(bool anySelected) const;
+
+  Controlled use_;
+  ControlSettings settings_;
+  DeviceSelection selection_;
+  PairedDeviceScan scan_;
+};
+
+}  // namespace zolvex::control

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "control/ControlOperations.h"
+#include "core/Published.h"
+
+#include <QString>
+#include <QVariant>
+
+#include <string>
+#include <vector>
+
+namespace zolvex::control {
+
+/// The properties of the control interface: their values now, and word of every assignment of one. Main thread.
+class ControlState {
+ public:
+  explicit ControlState(const Controlled& controlled);
+
+  /// Name to value of all properties.
+  QVariantMap all() const;
+
+  /// An invalid value when there is no such property.
+  QVariant value(const QString& name) const { return all().value(name); }
+
+  /// Told of each assignment, with the value that was assigned and is about to take effect.
+  Signal<const QString&, const QVariant&> assigned;
+
+ private:
+  void observeOwnership();
+  void observePeers();
+  void tellOperation();
+  void tellTransportMode();
+
+  Controlled use_;
+  QString toldOperation_;
+  QString toldTransportMode_;
+  std::vector<Subscription> subscriptions_;
+  Lifetime lifetime_;
+};
+
+}  // namespace zolvex::control
