@@ -78,7 +78,7 @@ require_packages() {
   mapfile -t missing < <(missing_of "$@")
   [[ ${#missing[@]} -gt 0 ]] || return 0
 
-  step "Installing ${#missing[@]} Debian packages"
+  step "Missing Debian packages: ${#missing[@]}"
   say "${missing[*]}"
   if [[ $EUID -ne 0 ]] && ! can_sudo; then
     printf '\n%s: these packages are missing, and installing them needs root. Run as root:\n\n' "${0##*/}" >&2
