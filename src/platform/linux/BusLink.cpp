@@ -1,11 +1,11 @@
 #include "platform/linux/BusLink.h"
 
 #include "core/Log.h"
+#include "platform/linux/BusAddress.h"
 
 #include <QDBusError>
 
 #include <atomic>
-#include <cstdlib>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -18,19 +18,8 @@ namespace {
 
 constexpr Logger logger("MessageBus");
 
-std::string environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value ? value : "";
-}
-
 std::string addressOf(BusLink::Bus bus) {
-  if (bus == BusLink::Bus::system) {
-    const auto address = environment("DBUS_SYSTEM_BUS_ADDRESS");
-    return address.empty() ? "unix:path=/var/run/dbus/system_bus_socket" : address;
-  }
-  if (const auto address = environment("DBUS_SESSION_BUS_ADDRESS"); !address.empty()) return address;
-  const auto directory = environment("XDG_RUNTIME_DIR");
-  return directory.empty() ? "" : "unix:path=" + directory + "/bus";
+  return bus == BusLink::Bus::system ? systemBusAddress() : sessionBusAddress();
 }
 
 QString freshConnectionName() {

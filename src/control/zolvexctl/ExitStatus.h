@@ -1,0 +1,10 @@
+#pragma once
+
+namespace zolvex::control::exitStatus {
+
+inline constexpr int done = 0;
+inline constexpr int endedBadly = 1;  ///< Refused, or begun and not reached.
+inline constexpr int usage = 2;
+inline constexpr int notRunning = 3;
+
+}  // namespace zolvex::control::exitStatus

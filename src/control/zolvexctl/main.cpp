@@ -1,0 +1,30 @@
+#include "control/zolvexctl/CommandLine.h"
+#include "control/zolvexctl/Commands.h"
+#include "control/zolvexctl/ExitStatus.h"
+#include "core/Version.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <string>
+#include <variant>
+#include <vector>
+
+using namespace zolvex;
+using namespace zolvex::control;
+
+int main(int argc, char** argv) {
+  const auto parsed = parseCommandLine({argv + 1, argv + argc});
+  if (const auto* error = std::get_if<UsageError>(&parsed)) {
+    std::fputs(("zolvexctl: " + error->text + "\n").c_str(), stderr);
+    return exitStatus::usage;
+  }
+  const auto& invocation = std::get<Invocation>(parsed);
+  if (invocation.help || invocation.version) {
+    const auto text = invocation.help ? helpText(invocation.command) : "zolvexctl " + versionText() + "\n";
+    std::fputs(text.c_str(), stdout);
+    return exitStatus::done;
+  }
+  QCoreApplication application(argc, argv);
+  return Commands().run(invocation);
+}
