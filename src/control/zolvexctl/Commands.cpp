@@ -1,5 +1,6 @@
 #include "control/zolvexctl/Commands.h"
 
+#include "control/ControlNames.h"
 #include "control/ControlTypes.h"
 #include "control/zolvexctl/ExitStatus.h"
 #include "control/zolvexctl/FlowWait.h"
@@ -29,6 +30,16 @@ void print(const std::string& text) {
 
 void complain(const std::string& text) {
   std::fputs(("zolvexctl: " + text + "\n").c_str(), stderr);
+}
+
+/// What to do about a refusal.
+std::string hintFor(const QString& errorName) {
+  if (errorName == error::busy) return "\nFollow it with \"zolvexctl watch\", or stop it with \"zolvexctl cancel\".";
+  if (errorName == error::incompleteSetup) return "\nSee \"zolvexctl peers\", then \"zolvexctl add-peer ID\".";
+  if (errorName == error::unknownDevice) return "\nPair it first; \"zolvexctl devices\" lists the paired devices.";
+  if (errorName == error::unknownPeer)
+    return "\nIs Zolvex running there, with the same transport? See \"zolvexctl peers\".";
+  return "";
 }
 
 QString qString(const std::string& text) {
@@ -187,7 +198,7 @@ int Commands::changeSetting(const QVariantMap& all) {
   const auto key = qString(invocation_.arguments[0]);
   // Zolvex judges it; what cannot be read as the setting's type goes there as a text.
   const auto value = settingValue(invocation_.arguments[1], all.value(key));
-  return simple(u"SetSetting"_s, {key, QVariant::fromValue(QDBusVariant(value))}, "");
+  return simple(u"SetSetting"_s, {key, QVariant::fromValue(QDBusVariant(value))}, "The setting is changed.\n");
 }
 
 int Commands::watch() {
@@ -214,7 +225,7 @@ int Commands::simple(const QString& method, const QVariantList& arguments, const
 }
 
 int Commands::fail(const Failure& failure) const {
-  complain(failure.text.toStdString());
+  complain(failure.text.toStdString() + hintFor(failure.name));
   return failure.isNotRunning ? exitStatus::notRunning : exitStatus::endedBadly;
 }
 

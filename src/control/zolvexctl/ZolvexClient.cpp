@@ -14,19 +14,21 @@ namespace zolvex::control {
 namespace {
 
 constexpr auto connectionName = "zolvexctl"_L1;
+const auto notRunning = u"Zolvex is not running. Start it with: zolvex"_s;
 
 ZolvexClient::Failure failureOf(const QDBusMessage& reply) {
+  if (reply.errorName() == "org.freedesktop.DBus.Error.NameHasNoOwner"_L1) return {true, notRunning, {}};
   switch (QDBusError(reply).type()) {
     case QDBusError::ServiceUnknown:
-      return {true, u"Zolvex is not running. Start it with: zolvex"_s};
+      return {true, notRunning, {}};
     case QDBusError::NoReply:
     case QDBusError::Timeout:
     case QDBusError::TimedOut:
-      return {true, u"Zolvex does not answer."_s};
+      return {true, u"Zolvex does not answer."_s, {}};
     case QDBusError::Disconnected:
-      return {true, u"Zolvex is not running: the session bus is gone."_s};
+      return {true, u"Zolvex is not running: the session bus is gone."_s, {}};
     default:
-      return {false, reply.errorMessage()};
+      return {false, reply.errorMessage(), reply.errorName()};
   }
 }
 
@@ -58,7 +60,8 @@ ZolvexClient::Result ZolvexClient::send(const QDBusMessage& message, std::chrono
   if (!connection_.isConnected())
     return Failure{true,
                    u"Zolvex is not running: there is no session bus. Log in to a desktop session, or set "
-                   "DBUS_SESSION_BUS_ADDRESS to the one that Zolvex uses."_s};
+                   "DBUS_SESSION_BUS_ADDRESS to the one that Zolvex uses."_s,
+                   {}};
   auto call = message;
   call.setAutoStartService(false);
   const auto reply = connection_.call(call, QDBus::Block, static_cast<int>(limit.count()));

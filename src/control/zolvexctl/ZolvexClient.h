@@ -23,6 +23,7 @@ class ZolvexClient final : public QObject {
   struct Failure {
     bool isNotRunning = false;
     QString text;
+    QString name;  ///< Of the error, where the application itself refused.
   };
   using Result = std::variant<QVariantList, Failure>;
   using State = std::variant<QVariantMap, Failure>;

@@ -1,0 +1,91 @@
+#include "app/Application.h"
+
+#include "app/ApplicationArguments.h"
+#include "app/SharedObjects.h"
+#include "core/Log.h"
+#include "core/Version.h"
+#include "platform/linux/InstanceLock.h"
+#include "platform/linux/JournalLog.h"
+#include "platform/linux/TerminationSignals.h"
+
+#include <QCoreApplication>
+#include <fmt/format.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace zolvex {
+
+namespace {
+
+constexpr Logger logger("Application");
+
+constexpr int ended = 0;
+constexpr int alreadyRunning = 1;
+constexpr int usage = 2;
+
+void print(std::FILE* stream, std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stream);
+}
+
+/// Whether this is the user's only instance. Where that cannot be found out, it counts as such.
+bool isOnlyInstance(InstanceLock& lock) {
+  switch (lock.acquire()) {
+    case InstanceLock::Result::acquired:
+      return true;
+    case InstanceLock::Result::unavailable:
+      logger.error("cannot write {}; a second Zolvex would not be noticed", InstanceLock::standardPath());
+      return true;
+    case InstanceLock::Result::heldByAnother:
+      break;
+  }
+  const auto holder = lock.holder();
+  print(stderr,
+        fmt::format("zolvex: Zolvex is already running for this user{}. Control it with zolvexctl, for example: "
+                    "zolvexctl status\n",
+                    holder.empty() ? "" : " (process " + holder + ")"));
+  return false;
+}
+
+int runInBackground(int argc, char** argv) {
+  QCoreApplication application(argc, argv);
+  setLogSink(journalOrStandardError());
+  InstanceLock lock(InstanceLock::standardPath());
+  if (!isOnlyInstance(lock)) return alreadyRunning;
+
+  const TerminationSignals signals([](int signal) {
+    logger.info("ending on SIG{}", sigabbrev_np(signal));
+    QCoreApplication::quit();
+  });
+  logger.info("Zolvex {} starts", versionText());
+  SharedObjects objects;
+  objects.start();
+  QCoreApplication::exec();
+  return ended;
+}
+
+}  // namespace
+
+int runApplication(int argc, char** argv) {
+  const std::vector<std::string> given(argv + 1, argv + argc);
+  const auto arguments = parseApplicationArguments(given);
+  switch (arguments.action) {
+    case ApplicationArguments::Action::run:
+      return runInBackground(argc, argv);
+    case ApplicationArguments::Action::showHelp:
+      print(stdout, applicationHelp);
+      return ended;
+    case ApplicationArguments::Action::showVersion:
+      print(stdout, "zolvex " + versionText() + "\n");
+      return ended;
+    case ApplicationArguments::Action::refuse:
+      break;
+  }
+  print(stderr, fmt::format("zolvex: unknown argument: {}\n{}", arguments.unknown, applicationHelp));
+  return usage;
+}
+
+}  // namespace zolvex

@@ -1,0 +1,59 @@
+#include "app/SharedObjects.h"
+
+#include "core/SettingsKeys.h"
+#include "platform/linux/OwnExecutable.h"
+
+#include <string>
+
+namespace zolvex {
+
+namespace {
+
+/// The settings, ready to be read.
+UserDefaults& withRegisteredDefaults(UserDefaults& defaults) {
+  defaults.registerDefaults({
+      {std::string(settings::autoRelease), true},
+      {std::string(settings::autoReleaseHours), -1.0},
+      {std::string(settings::autoConnect), true},
+      {std::string(settings::transportMode), std::string(settings::transportBluetooth)},
+      {std::string(settings::globalHotkeyEnabled), true},
+  });
+  return defaults;
+}
+
+}  // namespace
+
+SharedObjects::SharedObjects()
+    : defaults_(mainQueue_, QSettingsDefaults::standardPath()),
+      systemBus_(mainQueue_, BusLink::Bus::system),
+      sessionBus_(mainQueue_, BusLink::Bus::session),
+      hostName_(systemBus_),
+      notificationCenter_(sessionBus_),
+      workerClient_(launcher_, ownExecutable()),
+      bluetoothQueue_("com.zolvex.bluetooth"),
+      scanQueue_("com.zolvex.scan"),
+      avahi_(systemBus_),
+      publisher_(avahi_),
+      browser_(avahi_),
+      bonjour_(mainQueue_, network_, publisher_, browser_, defaults_, hostName_),
+      bluetoothStore_(mainQueue_, bluetoothQueue_, withRegisteredDefaults(defaults_), workerClient_),
+      networkStore_(mainQueue_, defaults_, {.bluetooth = nullptr, .bonjour = bonjour_}),
+      notifier_(notificationCenter_, bluetoothStore_, networkStore_, hostName_),
+      deviceManager_({mainQueue_, defaults_, bluetoothStore_, networkStore_, notifier_}),
+      control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_},
+               sessionBus_) {}
+
+SharedObjects::~SharedObjects() {
+  // First the workers, whom the queues would wait for; then the queues, before what their work uses.
+  launcher_.stop();
+  bluetoothQueue_.stop();
+  scanQueue_.stop();
+}
+
+void SharedObjects::start() {
+  networkStore_.start(deviceManager_);
+  systemBus_.start();
+  sessionBus_.start();
+}
+
+}  // namespace zolvex

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "bluetooth/BluetoothPeripheralStore.h"
+#include "bluetooth/BluetoothWorkerClient.h"
+#include "control/ControlService.h"
+#include "core/ThreadQueue.h"
+#include "ownership/DeviceManager.h"
+#include "peer/NetworkDeviceStore.h"
+#include "peer/bonjour/BonjourTransport.h"
+#include "peer/bonjour/NetworkThread.h"
+#include "platform/linux/AvahiBrowser.h"
+#include "platform/linux/AvahiDaemon.h"
+#include "platform/linux/AvahiPublisher.h"
+#include "platform/linux/BusLink.h"
+#include "platform/linux/DesktopNotificationCenter.h"
+#include "platform/linux/HostName1.h"
+#include "platform/linux/PosixProcessLauncher.h"
+#include "platform/linux/QSettingsDefaults.h"
+#include "platform/linux/QtMainQueue.h"
+#include "ui/ZolvexNotifier.h"
+
+namespace zolvex {
+
+/// Every long-lived object of the application, made once and in this order, each given what it needs. Construction
+/// registers the default settings; start() brings up the peer link and the buses, none of which need exist.
+/// Destruction ends running workers and drops waiting work; the devices are not released. Main thread.
+class SharedObjects {
+ public:
+  SharedObjects();
+  ~SharedObjects();
+  SharedObjects(const SharedObjects&) = delete;
+
+  void start();
+
+ private:
+  QtMainQueue mainQueue_;
+  QSettingsDefaults defaults_;
+
+  BusLink systemBus_;
+  BusLink sessionBus_;
+  HostName1 hostName_;
+  DesktopNotificationCenter notificationCenter_;
+
+  PosixProcessLauncher launcher_;
+  BluetoothWorkerClient workerClient_;
+  ThreadQueue bluetoothQueue_;
+  ThreadQueue scanQueue_;
+
+  NetworkThread network_;
+  AvahiDaemon avahi_;
+  AvahiPublisher publisher_;
+  AvahiBrowser browser_;
+  BonjourTransport bonjour_;
+
+  BluetoothPeripheralStore bluetoothStore_;
+  NetworkDeviceStore networkStore_;
+  ZolvexNotifier notifier_;
+  DeviceManager deviceManager_;
+  control::ControlService control_;
+};
+
+}  // namespace zolvex
