@@ -71,12 +71,13 @@ QString BluezBus::owner() const {
 }
 
 bool BluezBus::waitUntil(const std::function<bool()>& isEnough, Seconds limit) {
-  const QDeadlineTimer deadline(rounded(limit));
+  const QDeadlineTimer deadline(rounded(limit), Qt::PreciseTimer);
   QTimer wake;  // ends the last wait for an event
   wake.setSingleShot(true);
-  wake.start(rounded(limit));
+  wake.setTimerType(Qt::PreciseTimer);
   while (!isEnough()) {
     if (deadline.hasExpired()) return false;
+    if (!wake.isActive()) wake.start(std::chrono::ceil<std::chrono::milliseconds>(deadline.remainingTimeAsDuration()));
     QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
   }
   return true;

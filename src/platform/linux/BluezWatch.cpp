@@ -4,23 +4,25 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace zolvex {
 
-BluezWatch::BluezWatch(const BluezBus& bus) : bus_(bus) {
+// No match names a service by its well-known name: QtDBus would then ask for its owner in a way that aborts the process
+// when the bus has just gone.
+BluezWatch::BluezWatch(const BluezBus& bus) : connection_(bus.connection()), owner_(bus.owner()) {
   const auto daemon = u"org.freedesktop.DBus"_s;
   const auto local = u"org.freedesktop.DBus.Local"_s;
   const auto manager = u"org.freedesktop.DBus.ObjectManager"_s;
-  auto connection = bus_.connection();
-  connection.connect({}, u"/org/freedesktop/DBus/Local"_s, local, u"Disconnected"_s, this, SLOT(onDisconnected()));
-  connection.connect(daemon, u"/org/freedesktop/DBus"_s, daemon, u"NameOwnerChanged"_s, {bus_.service()}, {}, this,
-                     SLOT(onOwnerChanged(QString, QString, QString)));
-  connection.connect(bus_.service(), u"/"_s, manager, u"InterfacesAdded"_s, this, SLOT(onInterfacesAdded()));
-  connection.connect(bus_.service(), u"/"_s, manager, u"InterfacesRemoved"_s, this,
-                     SLOT(onInterfacesRemoved(QDBusObjectPath, QStringList)));
+  connection_.connect({}, u"/org/freedesktop/DBus/Local"_s, local, u"Disconnected"_s, this, SLOT(onDisconnected()));
+  connection_.connect({}, u"/org/freedesktop/DBus"_s, daemon, u"NameOwnerChanged"_s, {owner_}, {}, this,
+                      SLOT(onOwnerChanged()));
+  connection_.connect(owner_, u"/"_s, manager, u"InterfacesAdded"_s, this, SLOT(onInterfacesAdded()));
+  connection_.connect(owner_, u"/"_s, manager, u"InterfacesRemoved"_s, this,
+                      SLOT(onInterfacesRemoved(QDBusObjectPath, QStringList)));
+  // It may have ended before the match was in place.
+  isOver_ = owner_.isEmpty() || bus.owner() != owner_;
 }
 
 void BluezWatch::followDevice(const QString& path) {
-  auto connection = bus_.connection();
-  connection.connect(bus_.service(), path, u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s, this,
-                     SLOT(onPropertiesChanged(QString, QVariantMap)));
+  connection_.connect(owner_, path, u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s, this,
+                      SLOT(onPropertiesChanged(QString, QVariantMap)));
 }
 
 void BluezWatch::onInterfacesAdded() {
@@ -35,8 +37,8 @@ void BluezWatch::onPropertiesChanged(const QString& interface, const QVariantMap
   if (interface == bluez::deviceInterface) changed_.insert(changed);
 }
 
-void BluezWatch::onOwnerChanged(const QString&, const QString& previous, const QString&) {
-  if (!previous.isEmpty()) isOver_ = true;
+void BluezWatch::onOwnerChanged() {
+  isOver_ = true;  // a unique name changes only by its end
 }
 
 void BluezWatch::onDisconnected() {

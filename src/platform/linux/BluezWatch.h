@@ -2,6 +2,7 @@
 
 #include "platform/linux/BluezBus.h"
 
+#include <QDBusConnection>
 #include <QDBusObjectPath>
 #include <QObject>
 #include <QSet>
@@ -39,11 +40,12 @@ class BluezWatch final : public QObject {
   void onInterfacesAdded();
   void onInterfacesRemoved(const QDBusObjectPath& path, const QStringList& interfaces);
   void onPropertiesChanged(const QString& interface, const QVariantMap& changed);
-  void onOwnerChanged(const QString& name, const QString& previous, const QString& next);
+  void onOwnerChanged();
   void onDisconnected();
 
  private:
-  const BluezBus& bus_;
+  QDBusConnection connection_;
+  const QString owner_;  ///< Unique bus name of the BlueZ that is watched.
   bool isOver_ = false;
   bool arrived_ = false;
   QSet<QString> removed_;

@@ -1,0 +1,130 @@
+#include "integration/worker/WorkerLab.h"
+#include "support/EventLoop.h"
+
+#include <QProcess>
+#include <QTemporaryFile>
+
+namespace zolvex::test {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+/// What may happen around a worker.
+using WorkerMisfortune = WorkerLab;
+
+TEST_F(WorkerMisfortune, badArgumentsAreAUsageError) {
+  for (const auto& arguments : {QStringList{}, {u"CONNECT"_s}, {u"connect"_s, u"02-5A-00-00-00-03"_s}}) {
+    const auto result = lab::runProgram({.program = QStringLiteral(ZOLVEX_PROGRAM),
+                                         .arguments = QStringList{u"--zolvex-bluetooth-worker"_s} + arguments,
+                                         .environment = environment});
+    EXPECT_EQ(result.exitStatus, 64);
+    EXPECT_EQ(result.error, "Invalid Bluetooth worker arguments\n");
+    EXPECT_EQ(result.output, "");
+  }
+  EXPECT_TRUE(answered.isEmpty());
+}
+
+TEST_F(WorkerMisfortune, withoutABusBluetoothIsOff) {
+  bus.stop();
+  EXPECT_EQ(connect(mouse).exitStatus, 69);
+  EXPECT_EQ(unregister(mouse).exitStatus, 69);
+  for (const auto& address : {u""_s, u"nonsense"_s, u"unix:path="_s, u"tcp:host=127.0.0.1,port=1"_s}) {
+    environment.insert(u"DBUS_SYSTEM_BUS_ADDRESS"_s, address);
+    EXPECT_EQ(unregister(mouse).exitStatus, 69) << address.toStdString();
+  }
+}
+
+TEST_F(WorkerMisfortune, withoutBlueZBluetoothIsOff) {
+  inject(u"daemon-absent"_s);
+  EXPECT_EQ(connect(mouse).exitStatus, 69);
+  EXPECT_EQ(unregister(mouse).exitStatus, 69);
+}
+
+TEST_F(WorkerMisfortune, aDaemonThatRestartsDuringThePairingIsFoundAgain) {
+  inject(u"daemon-restarts"_s);
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.output,
+            "Not in range yet\nAttempt 1: openConnection=-536870186, connected=false\n"
+            "Attempt 2: openConnection=0, connected=true\n");
+  EXPECT_EQ(holder(mouse), laptop);
+}
+
+TEST_F(WorkerMisfortune, aDaemonThatRestartsDuringTheConnectionIsFoundAgain) {
+  bond(mouse);
+  inject(u"daemon-restarts"_s);
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.output,
+            "Not in range yet\nAttempt 1: openConnection=-536870186, connected=false\n"
+            "Attempt 2: openConnection=0, connected=true\n");
+}
+
+TEST_F(WorkerMisfortune, aDaemonThatStaysAwayDuringTheDiscoveryEndsIt) {
+  inject(u"out-of-range"_s);
+  afterAnswer(u"StartDiscovery"_s, 1, [this] { inject(u"daemon-absent"_s); });
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 66);
+  EXPECT_LT(result.milliseconds, 5'000);
+}
+
+TEST_F(WorkerMisfortune, aBusThatDiesDuringTheDiscoveryEndsIt) {
+  inject(u"out-of-range"_s);
+  afterAnswer(u"StartDiscovery"_s, 1, [this] { bus.stop(); });
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 66);
+  EXPECT_LT(result.milliseconds, 5'000);
+}
+
+TEST_F(WorkerMisfortune, aBusThatDiesDuringThePairingEndsEveryAttemptAtOnce) {
+  inject(u"hangs-on-pair"_s);
+  afterAnswer(u"RegisterAgent"_s, 1, [this] { bus.stop(); });
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.output.count("Attempt "), 5);
+  EXPECT_EQ(result.output.count("openConnection=0,"), 0);
+  EXPECT_EQ(result.error, "Connect failed\n");
+  EXPECT_LT(result.milliseconds, 15'000);
+}
+
+TEST_F(WorkerMisfortune, aBusThatDiesDuringTheRemovalHasRemovedNothing) {
+  bond(mouse);
+  inject(u"hangs-on-remove"_s);
+  afterAnswer(u"GetManagedObjects"_s, 3, [this] { bus.stop(); });
+  const auto result = unregister(mouse);
+  EXPECT_EQ(result.exitStatus, 70);
+  EXPECT_LT(result.milliseconds, 5'000);
+}
+
+TEST_F(WorkerMisfortune, aHangingPairingEndsWithTheWorkerAndTheNextRunSucceeds) {
+  inject(u"hangs-on-pair"_s);
+  const auto result = lab::runProgram({.program = QStringLiteral(ZOLVEX_PROGRAM),
+                                       .arguments = {u"--zolvex-bluetooth-worker"_s, u"connect"_s},
+                                       .input = printed(mouse),
+                                       .environment = environment,
+                                       .limit = std::chrono::milliseconds(700)});
+  EXPECT_TRUE(result.timedOut);
+  radio.liftAll();
+  EXPECT_EQ(connect(mouse).exitStatus, 0);
+}
+
+// Nobody would stop a worker that hangs when the program that started it was killed.
+TEST_F(WorkerMisfortune, anOrphanEndsByItself) {
+  inject(u"hangs-on-pair"_s);
+  QTemporaryFile address;
+  ASSERT_TRUE(address.open());
+  address.write(printed(mouse));
+  address.close();
+  bool workerLeft = false;
+  QObject::connect(bluez.get(), &lab::BluezService::clientLeft, bluez.get(), [&] { workerLeft = true; });
+  QProcess parent;
+  afterAnswer(u"RegisterAgent"_s, 1, [&] { parent.kill(); });
+  parent.setProcessEnvironment(environment);
+  parent.start(u"/bin/sh"_s, {u"-c"_s, u"\"$0\" --zolvex-bluetooth-worker connect < \"$1\"; exit 0"_s,
+                              QStringLiteral(ZOLVEX_PROGRAM), address.fileName()});
+  EXPECT_TRUE(runUntil([&] { return workerLeft; }));
+  parent.waitForFinished();
+}
+
+}  // namespace
+}  // namespace zolvex::test
