@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 namespace zolvex::lab {
 
@@ -45,7 +46,10 @@ bool PrivateBus::start() {
     error_ = QStringLiteral("cannot write to the temporary directory %1").arg(directory_.path());
     return false;
   }
-  daemon_.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+  daemon_.setChildProcessModifier([] {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    setsid();  // a Ctrl-C is for its owner
+  });
   daemon_.setProcessChannelMode(QProcess::MergedChannels);
   daemon_.start(QStringLiteral("dbus-daemon"),
                 {QStringLiteral("--config-file=%1/bus.conf").arg(directory_.path()), QStringLiteral("--nofork"),

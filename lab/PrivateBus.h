@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDir>
 #include <QProcess>
 #include <QString>
 #include <QTemporaryDir>
@@ -27,7 +28,7 @@ class PrivateBus {
  private:
   bool writeConfiguration();
 
-  QTemporaryDir directory_{QStringLiteral("/tmp/zolvex-bus-XXXXXX")};
+  QTemporaryDir directory_{QDir::tempPath() + QStringLiteral("/zolvex-bus-XXXXXX")};
   QProcess daemon_;
   QString error_;
 };

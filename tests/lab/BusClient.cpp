@@ -1,11 +1,9 @@
 #include "lab/BusClient.h"
 
-#include <QCoreApplication>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -19,7 +17,6 @@ namespace {
 
 const auto bluez = u"org.bluez"_s;
 const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
-constexpr int waitLimitMilliseconds = 5'000;
 
 QString nextName() {
   static std::atomic<int> count = 0;
@@ -99,19 +96,6 @@ void BusClient::onSignal(const QDBusMessage& message) {
   const auto first = message.arguments().value(0);
   const auto path = first.canConvert<QDBusObjectPath>() ? first.value<QDBusObjectPath>().path() : message.path();
   signalLog.append(message.member() + u' ' + path);
-}
-
-bool waitUntil(const std::function<bool()>& condition) {
-  QElapsedTimer clock;
-  clock.start();
-  QTimer ticker;  // so that a condition that no event announces is looked at, too
-  ticker.start(10);
-  auto holds = condition();
-  while (!holds && clock.elapsed() < waitLimitMilliseconds) {
-    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    holds = condition();
-  }
-  return holds;
 }
 
 BluezTest::BluezTest(BluezTiming timing) : laptop(radio, u"Laptop"_s, timing) {

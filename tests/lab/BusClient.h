@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lab/Computer.h"
+#include "lab/EventWait.h"
 
 #include <QDBusConnection>
 #include <QDBusContext>
@@ -56,7 +57,9 @@ class BusClient : public QObject {
 };
 
 /// Serves the event loop until `condition` holds; false when it does not within 5 s.
-bool waitUntil(const std::function<bool()>& condition);
+inline bool waitUntil(const std::function<bool()>& condition) {
+  return waitUntil(condition, std::chrono::seconds(5));
+}
 
 /// Laptop and a client on it, with the three devices on the radio.
 class BluezTest : public testing::Test {

@@ -1,0 +1,130 @@
+#include "lab/cli/Console.h"
+#include "lab/cli/Demo.h"
+#include "lab/cli/Interrupt.h"
+#include "lab/cli/Options.h"
+#include "lab/cli/WorldExec.h"
+#include "lab/world/Sandbox.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+namespace zolvex::lab {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+constexpr int usageStatus = 2;
+constexpr std::chrono::milliseconds forever{std::numeric_limits<int>::max()};
+
+int say(const QString& text, int status) {
+  std::fputs(qPrintable(text), status == EXIT_SUCCESS ? stdout : stderr);
+  return status;
+}
+
+/// The program beside this one, as installed, or else where the build puts it.
+QString findZolvex(const QString& asked) {
+  if (!asked.isEmpty()) return QFileInfo(asked).absoluteFilePath();
+  const QDir here(QCoreApplication::applicationDirPath());
+  for (const auto& place : {u"zolvex"_s, u"../src/app/zolvex"_s, u"../bin/zolvex"_s})
+    if (QFileInfo(here.filePath(place)).isExecutable()) return QDir::cleanPath(here.filePath(place));
+  return {};
+}
+
+WorldOptions worldOptionsOf(const Options& options, const QString& zolvex) {
+  static const QStringList names{u"Studio"_s, u"Laptop"_s, u"Kitchen"_s, u"Attic"_s};
+  WorldOptions world;
+  world.computers = names.first(options.computers);
+  world.zolvex = zolvex;
+  world.timing.latency = options.latency;
+  world.transport = options.transport;
+  return world;
+}
+
+void explainHowToLookIn(const World& world, const QString& zolvex) {
+  const auto zolvexctl = QFileInfo(zolvex).dir().filePath(u"zolvexctl"_s);
+  const auto control = QFileInfo::exists(zolvexctl) ? zolvexctl : u"zolvexctl"_s;
+  say(u"\nThe world stays until Ctrl-C. From another terminal:\n"_s, EXIT_SUCCESS);
+  for (const auto& desktop : world.desktops())
+    for (const auto* command : {"status", "switch --wait", "watch"})
+      say(u"  %1 exec --world %2 %3 -- %4 %5\n"_s.arg(QCoreApplication::applicationFilePath(),
+                                                      QString::fromStdString(Sandbox::outerProcessId()),
+                                                      desktop->name(), control, QLatin1String(command)),
+          EXIT_SUCCESS);
+  say(u"\n"_s, EXIT_SUCCESS);
+  std::fflush(stdout);
+}
+
+void stay(World& world, Report& report, const QString& zolvex) {
+  explainHowToLookIn(world, zolvex);
+  const Console console(world, report);
+  world.waitUntil([] { return false; }, forever);
+}
+
+int runDemo(World& world, Report& report, const Options& options, const QString& zolvex) {
+  Demo demo(world, report);
+  const auto result = world.start() ? demo.play(options.faults)
+                                    : Demo::Result{false, u"demo: there is no world: %1"_s.arg(world.errorString())};
+  if (options.keep && !world.isInterrupted()) {
+    say(result.text + u'\n', EXIT_SUCCESS);
+    stay(world, report, zolvex);
+  }
+  world.stop();
+  if (!options.keep) say(result.text + u'\n', EXIT_SUCCESS);
+  return result.isSuccess ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int runWorld(World& world, Report& report, const Options& options, const QString& zolvex) {
+  for (const auto& fault : options.faults) world.radio().inject(fault);
+  if (!world.start() || !world.startZolvex()) {
+    if (!world.isInterrupted()) return say(u"zolvex-lab: %1\n"_s.arg(world.errorString()), EXIT_FAILURE);
+  } else {
+    world.giveDevicesTo(u"Laptop"_s);
+    stay(world, report, zolvex);
+  }
+  world.stop();
+  return EXIT_SUCCESS;
+}
+
+int runInSandbox(int argc, char** argv, const Options& options) {
+  QCoreApplication application(argc, argv);
+  const auto zolvex = findZolvex(options.zolvex);
+  if (!QFileInfo(zolvex).isExecutable())
+    return say(u"zolvex-lab: there is no program zolvex %1\nBuild it, or name it with --zolvex PATH.\n"_s.arg(zolvex),
+               usageStatus);
+  World world(worldOptionsOf(options, zolvex));
+  Report report;
+  report.follow(world);
+  Interrupt interrupt;
+  QObject::connect(&interrupt, &Interrupt::raised, &world, &World::interrupt);
+  return options.command == Options::Command::demo ? runDemo(world, report, options, zolvex)
+                                                   : runWorld(world, report, options, zolvex);
+}
+
+int run(int argc, char** argv) {
+  QStringList arguments;
+  for (int i = 1; i < argc; ++i) arguments.append(QString::fromLocal8Bit(argv[i]));
+  const auto parsed = Options::parse(arguments);
+  if (const auto* error = std::get_if<Options::UsageError>(&parsed))
+    return say(u"zolvex-lab: %1\n"_s.arg(error->text), usageStatus);
+  const auto& options = std::get<Options>(parsed);
+  if (options.command == Options::Command::help) return say(usageText(), EXIT_SUCCESS);
+  if (options.command == Options::Command::listFaults) return say(faultListText(), EXIT_SUCCESS);
+  if (options.command == Options::Command::exec) return execInWorld(options);
+  const auto entered = Sandbox::enter();
+  if (const auto* ended = std::get_if<Sandbox::Ended>(&entered)) return ended->exitStatus;
+  if (const auto* impossible = std::get_if<Sandbox::Impossible>(&entered))
+    return say(QString::fromStdString(impossible->reason) + u'\n', EXIT_FAILURE);
+  return runInSandbox(argc, argv, options);
+}
+
+}  // namespace
+}  // namespace zolvex::lab
+
+int main(int argc, char** argv) {
+  return zolvex::lab::run(argc, argv);
+}

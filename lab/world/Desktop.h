@@ -1,0 +1,76 @@
+#pragma once
+
+#include "lab/Computer.h"
+#include "lab/world/ControlClient.h"
+#include "lab/world/LabProcess.h"
+#include "lab/world/SystemServices.h"
+
+#include <QJsonObject>
+#include <QObject>
+
+#include <memory>
+
+namespace zolvex::lab {
+
+/// One whole computer of a world in the sandbox: besides org.bluez a session bus, Avahi on its own network, its pretty
+/// name, a notification service, a home directory, and Zolvex once that was started. Owned by the world.
+class Desktop : public QObject {
+  Q_OBJECT
+
+ public:
+  Desktop(Radio& radio, const QString& name, BluezTiming timing);
+  ~Desktop() override;
+
+  /// Starts everything but Zolvex. False when that fails; errorString() says why.
+  bool start();
+
+  /// Ends everything in order, Zolvex first.
+  void stop();
+
+  /// The program that startZolvex() starts, with its settings as they are in settings.json.
+  void setZolvex(const QString& program) { zolvexProgram_ = program; }
+  bool writeSettings(const QJsonObject& settings);
+  bool startZolvex();
+  LabProcess* zolvex() { return zolvex_.get(); }
+
+  /// What every process of this computer is started with.
+  QProcessEnvironment environment() const;
+
+  QString name() const { return computer_.name(); }
+  QString errorString() const { return error_; }
+  QString directory() const;
+  BluezService& bluez() { return computer_.bluez(); }
+  ControlClient& control() { return control_; }
+  NotificationService& notifications() { return notifications_; }
+  Computer& computer() { return computer_; }
+
+  /// Ends Avahi, and starts it again.
+  void stopAvahi() { avahi_.reset(); }
+  bool startAvahi();
+
+  /// Ends the process asked for; what it says last is still passed on.
+  void askToEnd();
+
+ Q_SIGNALS:
+  /// A line of output of "zolvex" or "avahi".
+  void logged(const QString& source, const QString& text);
+  void zolvexEnded(int exitStatus);
+
+ private:
+  bool fail(const QString& what);
+  bool makeDirectories();
+  bool writeAvahiConfiguration(const QString& file);
+  bool saveEnvironment();
+
+  Computer computer_;
+  PrivateBus sessionBus_;
+  HostNameService hostName_;
+  NotificationService notifications_;
+  ControlClient control_;
+  std::unique_ptr<LabProcess> avahi_;
+  std::unique_ptr<LabProcess> zolvex_;
+  QString zolvexProgram_;
+  QString error_;
+};
+
+}  // namespace zolvex::lab

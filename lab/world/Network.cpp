@@ -1,0 +1,65 @@
+#include "lab/world/Network.h"
+
+#include <QProcess>
+
+namespace zolvex::lab {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr int limitMilliseconds = 10'000;
+
+}  // namespace
+
+QString Network::hostName(const QString& computer) {
+  QString name;
+  for (const auto letter : computer.toLower())
+    if ((letter >= u'a' && letter <= u'z') || (letter >= u'0' && letter <= u'9')) name.append(letter);
+  return name;
+}
+
+QString Network::namespaceFile(const QString& computer) {
+  return u"/run/netns/"_s + hostName(computer);
+}
+
+bool Network::build(const QStringList& computers) {
+  QStringList hosts;
+  for (const auto& computer : computers) hosts.append(hostName(computer));
+  QStringList commands;
+  for (const auto& host : hosts) commands.append(u"netns add %1"_s.arg(host));
+  int number = 0;
+  for (int first = 0; first < hosts.size(); ++first)
+    for (int second = first + 1; second < hosts.size(); ++second) commands += cable(hosts, first, second, number++);
+  for (const auto& host : hosts) commands.append(u"-n %1 link set lo up"_s.arg(host));
+  return runIp(commands);
+}
+
+QStringList Network::cable(const QStringList& hosts, int first, int second, int number) {
+  QStringList commands{
+      u"link add eth%1 netns %2 type veth peer name eth%1 netns %3"_s.arg(number).arg(hosts[first], hosts[second])};
+  const auto connect = [&](const QString& host, int end) {
+    commands += u"-n %1 addr add 10.77.%2.%3/24 dev eth%2"_s.arg(host).arg(number).arg(end);
+    commands += u"-n %1 link set eth%2 up"_s.arg(host).arg(number);
+    commands += u"-n %1 route replace 224.0.0.0/4 dev eth%2"_s.arg(host).arg(number);
+  };
+  connect(hosts[first], 1);
+  connect(hosts[second], 2);
+  return commands;
+}
+
+bool Network::runIp(const QStringList& commands) {
+  for (const auto& command : commands) {
+    QProcess ip;
+    ip.setProcessChannelMode(QProcess::MergedChannels);
+    ip.start(u"ip"_s, command.split(u' '));
+    const auto hasEnded = ip.waitForFinished(limitMilliseconds);
+    if (hasEnded && ip.exitStatus() == QProcess::NormalExit && ip.exitCode() == 0) continue;
+    const auto said = QString::fromUtf8(ip.readAll()).trimmed();
+    error_ = u"\"ip %1\" failed: %2"_s.arg(command, said.isEmpty() ? ip.errorString() : said);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace zolvex::lab

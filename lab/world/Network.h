@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace zolvex::lab {
+
+/// The network between the computers of a world: a network namespace each, a virtual cable between every two, since
+/// neither bridges nor dummy links can be relied on. Lives in the sandbox, which also takes it down.
+class Network {
+ public:
+  /// False when it cannot be built; errorString() says why.
+  bool build(const QStringList& computers);
+
+  QString errorString() const { return error_; }
+
+  /// File that stands for the network namespace of a computer.
+  static QString namespaceFile(const QString& computer);
+
+  /// Name of a computer on its network: lower-case letters and digits.
+  static QString hostName(const QString& computer);
+
+ private:
+  bool runIp(const QStringList& commands);
+  static QStringList cable(const QStringList& hosts, int first, int second, int number);
+
+  QString error_;
+};
+
+}  // namespace zolvex::lab

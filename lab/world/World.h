@@ -1,0 +1,85 @@
+#pragma once
+
+#include "lab/world/Desktop.h"
+#include "lab/world/Network.h"
+
+#include <QJsonObject>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace zolvex::lab {
+
+struct WorldOptions {
+  QStringList computers{QStringLiteral("Studio"), QStringLiteral("Laptop")};
+  QString zolvex;  ///< Path of the program.
+  BluezTiming timing = {};
+  QString transport = QStringLiteral("bonjour");
+  QJsonObject moreSettings = {};  ///< Written besides, or instead of, what every computer gets.
+};
+
+/// Two to four computers around one radio with the three Magic devices, every computer with the settings of a user who
+/// has chosen those devices and the other computer. Lives in the sandbox.
+class World : public QObject {
+  Q_OBJECT
+
+ public:
+  static constexpr int fewestComputers = 2;
+  static constexpr int mostComputers = 4;
+
+  explicit World(WorldOptions options);
+  ~World() override;
+
+  /// Starts all computers, but no Zolvex. False when that fails; errorString() says why.
+  bool start();
+
+  /// Starts Zolvex everywhere and waits until each answers on its session bus.
+  bool startZolvex();
+
+  /// Waits until all of them have found their peers.
+  bool waitForPeers(std::chrono::milliseconds limit);
+
+  /// Ends all processes in order.
+  void stop();
+
+  QString errorString() const { return error_; }
+  Radio& radio() { return radio_; }
+  const std::vector<std::unique_ptr<Desktop>>& desktops() const { return desktops_; }
+  Desktop& desktop(const QString& name);
+
+  /// Bonds all devices to a computer and connects them, as if they had always been there.
+  void giveDevicesTo(const QString& computer);
+
+  /// How many devices `computer` holds, bonded and connected.
+  int devicesOf(const QString& computer) const;
+
+  /// Makes waits end at once with false.
+  void interrupt() { isInterrupted_ = true; }
+  bool isInterrupted() const { return isInterrupted_; }
+
+  /// As the function of that name, but ends early when the world was interrupted.
+  bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit);
+
+  /// Process ids of all worker processes inside the sandbox.
+  static QList<qint64> workerProcesses();
+
+ Q_SIGNALS:
+  void progress(const QString& text);
+
+ private:
+  QJsonObject settingsOf(int index) const;
+  QString peerRecordFor(int index) const;
+  static QString identityOf(const QString& computer);
+  bool fail(const QString& what);
+
+  WorldOptions options_;
+  Radio radio_;
+  Network network_;
+  std::vector<std::unique_ptr<Desktop>> desktops_;
+  QStringList resolved_;  // computers that have found their peers
+  bool isInterrupted_ = false;
+  QString error_;
+};
+
+}  // namespace zolvex::lab
