@@ -32,6 +32,7 @@ class Desktop : public QObject {
   bool writeSettings(const QJsonObject& settings);
   bool startZolvex();
   LabProcess* zolvex() { return zolvex_.get(); }
+  bool isZolvexRunning() const { return zolvex_ && zolvex_->isRunning(); }
 
   /// What every process of this computer is started with.
   QProcessEnvironment environment() const;

@@ -78,30 +78,33 @@ QString World::peerRecordFor(int index) const {
   return QString::fromUtf8(QJsonDocument(QJsonArray{record}).toJson(QJsonDocument::Compact));
 }
 
+bool World::isManaged(const QString& address) const {
+  return options_.managedDevices.isEmpty() || options_.managedDevices.contains(radio_.device(address)->name);
+}
+
 QJsonObject World::settingsOf(int index) const {
   QJsonArray addresses;
   QJsonObject names;
   for (const auto& address : radio_.addresses()) {
+    if (!isManaged(address)) continue;
     addresses.append(asManagedAddress(address));
     names.insert(asManagedAddress(address), radio_.device(address)->name);
   }
   // Only what the script of a demo or a test asks for is to happen.
-  QJsonObject settings{{u"peerIdentityID"_s, identityOf(options_.computers[index])},
-                       {u"networkDevices"_s, peerRecordFor(index)},
-                       {u"managedDeviceAddresses"_s, addresses},
-                       {u"deviceNames"_s, names},
-                       {u"transportMode"_s, options_.transport},
-                       {u"autoConnect"_s, false},
-                       {u"autoRelease"_s, false}};
-  for (auto it = options_.moreSettings.begin(); it != options_.moreSettings.end(); ++it)
-    settings.insert(it.key(), it.value());
-  return settings;
+  return {{u"peerIdentityID"_s, identityOf(options_.computers[index])},
+          {u"networkDevices"_s, peerRecordFor(index)},
+          {u"managedDeviceAddresses"_s, addresses},
+          {u"deviceNames"_s, names},
+          {u"transportMode"_s, options_.transport},
+          {u"autoConnect"_s, false},
+          {u"autoRelease"_s, false}};
 }
 
 bool World::startZolvex() {
   Q_EMIT progress(u"starting Zolvex"_s);
+  resolved_.clear();
   for (const auto& desktop : desktops_)
-    if (!desktop->startZolvex()) return fail(desktop->errorString());
+    if (!desktop->isZolvexRunning() && !desktop->startZolvex()) return fail(desktop->errorString());
   for (const auto& desktop : desktops_)
     if (!waitUntil([&] { return desktop->control().isThere() || !desktop->zolvex()->isRunning(); }, appearLimit) ||
         !desktop->control().isThere())
@@ -128,9 +131,9 @@ void World::giveDevicesTo(const QString& computer) {
   }
 }
 
-int World::devicesOf(const QString& computer) const {
+int World::devicesOf(const QString& computer, const QStringList& addresses) const {
   int count = 0;
-  for (const auto& address : radio_.addresses())
+  for (const auto& address : addresses.isEmpty() ? radio_.addresses() : addresses)
     if (radio_.holder(address) == computer && radio_.connectedTo(address) == computer) ++count;
   return count;
 }

@@ -16,7 +16,7 @@ struct WorldOptions {
   QString zolvex;  ///< Path of the program.
   BluezTiming timing = {};
   QString transport = QStringLiteral("bonjour");
-  QJsonObject moreSettings = {};  ///< Written besides, or instead of, what every computer gets.
+  QStringList managedDevices = {};  ///< Names of the devices that the users have chosen; all when empty.
 };
 
 /// Two to four computers around one radio with the three Magic devices, every computer with the settings of a user who
@@ -34,10 +34,10 @@ class World : public QObject {
   /// Starts all computers, but no Zolvex. False when that fails; errorString() says why.
   bool start();
 
-  /// Starts Zolvex everywhere and waits until each answers on its session bus.
+  /// Starts Zolvex wherever it is not running and waits until each answers on its session bus.
   bool startZolvex();
 
-  /// Waits until all of them have found their peers.
+  /// Waits until all of them have found their peers since startZolvex() was called last.
   bool waitForPeers(std::chrono::milliseconds limit);
 
   /// Ends all processes in order.
@@ -51,8 +51,8 @@ class World : public QObject {
   /// Bonds all devices to a computer and connects them, as if they had always been there.
   void giveDevicesTo(const QString& computer);
 
-  /// How many devices `computer` holds, bonded and connected.
-  int devicesOf(const QString& computer) const;
+  /// How many devices `computer` holds, bonded and connected; of those with the given addresses, or of all.
+  int devicesOf(const QString& computer, const QStringList& addresses = {}) const;
 
   /// Makes waits end at once with false.
   void interrupt() { isInterrupted_ = true; }
@@ -69,6 +69,7 @@ class World : public QObject {
 
  private:
   QJsonObject settingsOf(int index) const;
+  bool isManaged(const QString& address) const;
   QString peerRecordFor(int index) const;
   static QString identityOf(const QString& computer);
   bool fail(const QString& what);
