@@ -1,6 +1,7 @@
 #include "lab/cli/Report.h"
 
 #include <QDBusObjectPath>
+#include <QRegularExpression>
 #include <QTime>
 
 #include <cstdio>
@@ -13,7 +14,12 @@ namespace {
 
 constexpr int nameWidth = 8;
 const QStringList shownProperties{u"OwnershipState"_s, u"LastResult"_s};
-const auto objectManager = u"org.freedesktop.DBus.ObjectManager"_s;
+
+/// Log lines begin with the time, which stands in front of every line here anyway.
+QString withoutTime(const QString& line) {
+  static const QRegularExpression time(u"^\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d "_s);
+  return QString(line).remove(time);
+}
 
 }  // namespace
 
@@ -31,7 +37,7 @@ void Report::follow(World& world) {
 
 void Report::followDesktop(Desktop& desktop) {
   connect(&desktop, &Desktop::logged, this, [this, &desktop](const QString& source, const QString& text) {
-    if (source == u"zolvex"_s) print(desktop.name(), u"log      "_s + text);
+    if (source == u"zolvex"_s) print(desktop.name(), u"log      "_s + withoutTime(text));
   });
   connect(&desktop, &Desktop::zolvexEnded, this, [this, &desktop](int status) {
     print(desktop.name(), u"process  Zolvex ended with status %1"_s.arg(status));

@@ -45,11 +45,12 @@ class Desktop : public QObject {
   NotificationService& notifications() { return notifications_; }
   Computer& computer() { return computer_; }
 
-  /// Ends Avahi, and starts it again.
-  void stopAvahi() { avahi_.reset(); }
+  /// Avahi is not there at once when it was started.
   bool startAvahi();
+  void stopAvahi() { avahi_.reset(); }
+  bool isAvahiThere() const { return hostName_.isOnBus(QStringLiteral("org.freedesktop.Avahi")); }
 
-  /// Ends the process asked for; what it says last is still passed on.
+  /// Asks Zolvex to end and returns at once.
   void askToEnd();
 
  Q_SIGNALS:

@@ -1,5 +1,7 @@
 #include "lab/world/SystemServices.h"
 
+#include <QDBusConnectionInterface>
+
 namespace zolvex::lab {
 
 using namespace Qt::StringLiterals;
@@ -68,6 +70,10 @@ bool HostNameService::start(const QString& busAddress) {
   tree_ = serve(busAddress, connectionName_, u"/org/freedesktop/hostname1"_s,
                 std::make_shared<HostName1>(prettyName_, hostName_));
   return tree_ != nullptr;
+}
+
+bool HostNameService::isOnBus(const QString& service) const {
+  return tree_ && tree_->connection().interface()->isServiceRegistered(service);
 }
 
 NotificationService::NotificationService(const QString& computer)

@@ -17,6 +17,9 @@ class HostNameService {
   /// False when the bus is not there.
   bool start(const QString& busAddress);
 
+  /// Whether somebody owns that name on the same bus.
+  bool isOnBus(const QString& service) const;
+
  private:
   QString prettyName_;
   QString hostName_;

@@ -8,6 +8,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
+
 namespace zolvex::lab {
 
 using namespace Qt::StringLiterals;
@@ -60,7 +62,9 @@ bool World::start() {
     if (!desktop->start()) return fail(desktop->errorString());
     if (!desktop->writeSettings(settingsOf(index++))) return fail(u"cannot write the settings"_s);
   }
-  return true;
+  const auto isAvahiThere = [](const auto& desktop) { return desktop->isAvahiThere(); };
+  return waitUntil([&] { return std::ranges::all_of(desktops_, isAvahiThere); }, appearLimit) ||
+         fail(u"avahi-daemon did not start"_s);
 }
 
 QString World::identityOf(const QString& computer) {
