@@ -75,7 +75,7 @@ void BusTree::add(const QString& path, std::vector<std::shared_ptr<BusInterface>
   Object object{std::move(interfaces), {}};
   for (const auto& interface : object.interfaces) object.announced.insert(interface->name(), interface->properties());
   const auto announced = object.announced;
-  objects_.insert(path, std::move(object));
+  objects_.insert(path, object);
   sendSignal(u"/"_s, objectManager, u"InterfacesAdded"_s,
              {QVariant::fromValue(QDBusObjectPath(path)), QVariant::fromValue(withStandardInterfaces(announced))});
 }

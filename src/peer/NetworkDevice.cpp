@@ -20,7 +20,8 @@ constexpr Date referenceDate{std::chrono::seconds(978'307'200)};
 constexpr double furthestDate = 8.0e9;
 
 double secondsOf(Date date) {
-  return Seconds(date - referenceDate).count();
+  // As microseconds first: these fit a double exactly, the clock's own finer ticks do not.
+  return Seconds(std::chrono::round<std::chrono::microseconds>(date - referenceDate)).count();
 }
 
 Date dateOf(const nlohmann::json& value) {

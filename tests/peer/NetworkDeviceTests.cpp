@@ -85,6 +85,14 @@ TEST(NetworkDevice, whatWasStoredIsReadBack) {
   EXPECT_EQ(std::get<std::vector<NetworkDevice>>(result), devices);
 }
 
+TEST(NetworkDevice, aDateFarAwayIsReadBackToTheMicrosecond) {
+  auto device = bareDevice("A", "B");
+  device.lastUpdated = referenceDate + 7'850'000'025s;
+  device.lastReachableAt = referenceDate - 7'850'000'025s + 1us;
+  const std::vector devices{device};
+  EXPECT_EQ(decoded(encodeNetworkDevices(devices).value()), device);
+}
+
 TEST(NetworkDevice, furtherFieldsAreIgnored) {
   EXPECT_EQ(decoded(recordWith(R"(,"colour":"red")")).id, "A");
 }
