@@ -37,8 +37,9 @@ ServiceBrowserDelegate::ServiceBrowserDelegate(ServiceBrowser& browser, const Ma
 
 void ServiceBrowserDelegate::ownServicePublished(const std::string& name) {
   ownName_ = name;
+  serviceIDsByName_.erase(name);  // when the two computers have swapped names
   for (const auto& [found, service] : services_)
-    if (service.isLocal && !service.host && !mayBeOwn(found, service)) resolve(found);
+    if (!service.host && !mayBeOwn(found, service)) resolve(found);
 }
 
 void ServiceBrowserDelegate::reportDiscoveredAgain() {
@@ -54,7 +55,7 @@ void ServiceBrowserDelegate::serviceFound(const std::string& name, bool isLocal)
 }
 
 bool ServiceBrowserDelegate::mayBeOwn(const std::string& name, const Service& service) const {
-  return service.isLocal && (!ownName_ || *ownName_ == name);
+  return ownName_ ? *ownName_ == name : service.isLocal;
 }
 
 void ServiceBrowserDelegate::resolve(const std::string& name) {

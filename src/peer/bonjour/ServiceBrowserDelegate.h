@@ -18,9 +18,9 @@ namespace zolvex {
 std::optional<std::string> peerIdFromServiceName(std::string_view name);
 
 /// Turns the services on the network into peer records: a found service is resolved, a resolved one becomes a record
-/// for the registry, a removed one is reported as lost. Our own service shows up among them and is left out: it is one
-/// that this computer publishes and that has the name we got. Until that name is known such services wait, because a
-/// service of the same name on another computer can look as if it were ours while ours is still being registered.
+/// for the registry, a removed one is reported as lost. Our own service shows up among them and is left out: it is the
+/// one with the name we got, of which there is only one on the network. Until we have got a name, services that this
+/// computer seems to publish wait: one of another computer looks like that, too, while we still contend for its name.
 /// Owned by the transport, one for each start. Main thread.
 class ServiceBrowserDelegate final : public ServiceBrowserListener {
  public:

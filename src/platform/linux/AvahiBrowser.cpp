@@ -2,9 +2,8 @@
 
 #include "core/Log.h"
 #include "platform/linux/AvahiDaemon.h"
-#include "platform/linux/AvahiNames.h"
 
-#include <array>
+#include <utility>
 #include <vector>
 
 using namespace Qt::Literals::StringLiterals;
@@ -15,37 +14,21 @@ namespace {
 
 constexpr Logger logger("Bonjour");
 
-const auto serverInterface = u"org.freedesktop.Avahi.Server2"_s;
-const auto browserInterface = u"org.freedesktop.Avahi.ServiceBrowser"_s;
-
-constexpr uint noFlags = 0;
 constexpr uint flagLocal = 8;  // AVAHI_LOOKUP_RESULT_LOCAL
 
-struct BrowserSignal {
-  QString name;
-  const char* slot;
-};
-
-const std::array browserSignals{
-    BrowserSignal{u"ItemNew"_s, SLOT(itemNew(QDBusMessage))},
-    BrowserSignal{u"ItemRemove"_s, SLOT(itemRemove(QDBusMessage))},
-    BrowserSignal{u"AllForNow"_s, SLOT(allForNow(QDBusMessage))},
-    BrowserSignal{u"Failure"_s, SLOT(failure(QDBusMessage))},
-};
+}  // namespace
 
 /// The arguments that ItemNew and ItemRemove share.
-struct Item {
-  explicit Item(const QDBusMessage& message)
-      : place(message.arguments().value(0).toInt(), message.arguments().value(1).toInt()),
-        name(message.arguments().value(2).toString().toStdString()),
-        isLocal((message.arguments().value(5).toUInt() & flagLocal) != 0) {}
+struct AvahiBrowser::Item {
+  explicit Item(const QVariantList& arguments)
+      : place(arguments.value(0).toInt(), arguments.value(1).toInt()),
+        name(arguments.value(2).toString().toStdString()),
+        isLocal((arguments.value(5).toUInt() & flagLocal) != 0) {}
 
   std::pair<int, int> place;
   std::string name;
   bool isLocal;
 };
-
-}  // namespace
 
 AvahiBrowser::AvahiBrowser(AvahiDaemon& daemon)
     : daemon_(daemon),
@@ -68,36 +51,28 @@ void AvahiBrowser::searchForServices(const std::string& type, const std::string&
 void AvahiBrowser::stop() {
   listener_ = nullptr;
   services_.clear();
-  dropBrowser();
+  browser_.reset();
 }
 
 void AvahiBrowser::begin() {
   if (!listener_ || !daemon_.isRunning()) return;
-  dropBrowser();
-  daemon_.callServer(serverInterface, u"ServiceBrowserPrepare"_s,
-                     {avahi::anyInterface, avahi::anyProtocol, type_, domain_, noFlags}, this,
-                     [this, attempt = attempt_](const QDBusMessage& reply) {
-                       const auto path = avahi::pathIn(reply);
-                       if (attempt != attempt_) return daemon_.tell(path, browserInterface, u"Free"_s);
-                       if (!path.isEmpty()) return browserMade(path);
-                       logger.error("Cannot browse for peers: {}", reply.errorMessage().toStdString());
-                     });
+  AvahiObject::Events events;
+  events.signal = [this](const QDBusMessage& signal) { signalled(signal); };
+  events.failed = [this](const QString& error) { failed(error); };
+  browser_ = std::make_unique<AvahiObject>(
+      daemon_, u"ServiceBrowser"_s,
+      QVariantList{avahi::anyInterface, avahi::anyProtocol, type_, domain_, avahi::noFlags}, std::move(events));
 }
 
-/// The browser is silent until it is started, so nothing is missed.
-void AvahiBrowser::browserMade(const QString& path) {
-  browserPath_ = path;
-  for (const auto& [name, slot] : browserSignals) daemon_.listen(path, browserInterface, name, this, slot);
-  daemon_.tell(path, browserInterface, u"Start"_s);
+void AvahiBrowser::signalled(const QDBusMessage& signal) {
+  const auto arguments = signal.arguments();
+  if (signal.member() == u"ItemNew"_s) return itemNew(Item(arguments));
+  if (signal.member() == u"ItemRemove"_s) return itemRemove(Item(arguments));
+  if (signal.member() == u"AllForNow"_s) return allForNow();
+  failed(arguments.value(0).toString());
 }
 
-bool AvahiBrowser::isFromBrowser(const QDBusMessage& message) const {
-  return listener_ && !browserPath_.isEmpty() && message.path() == browserPath_;
-}
-
-void AvahiBrowser::itemNew(const QDBusMessage& message) {
-  if (!isFromBrowser(message)) return;
-  const Item item(message);
+void AvahiBrowser::itemNew(const Item& item) {
   const auto [entry, isNew] = services_.try_emplace(item.name);
   auto& sighting = entry->second;
   const auto isBack = !isNew && sighting.places.empty();
@@ -109,9 +84,7 @@ void AvahiBrowser::itemNew(const QDBusMessage& message) {
   if (isBack && sighting.resolveLimit) startResolving(item.name, sighting);
 }
 
-void AvahiBrowser::itemRemove(const QDBusMessage& message) {
-  if (!isFromBrowser(message)) return;
-  const Item item(message);
+void AvahiBrowser::itemRemove(const Item& item) {
   const auto found = services_.find(item.name);
   if (found == services_.end()) return;
   found->second.places.erase(item.place);
@@ -120,8 +93,9 @@ void AvahiBrowser::itemRemove(const QDBusMessage& message) {
   listener_->serviceRemoved(item.name);
 }
 
-void AvahiBrowser::allForNow(const QDBusMessage& message) {
-  if (!isFromBrowser(message)) return;
+/// The daemon has told what it knew and what was answered at once: what it knew before its restart and has not
+/// mentioned again is gone.
+void AvahiBrowser::allForNow() {
   std::vector<std::string> missing;
   for (const auto& [name, sighting] : services_)
     if (sighting.places.empty()) missing.push_back(name);
@@ -131,10 +105,9 @@ void AvahiBrowser::allForNow(const QDBusMessage& message) {
   }
 }
 
-void AvahiBrowser::failure(const QDBusMessage& message) {
-  if (!isFromBrowser(message)) return;
-  logger.error("Cannot browse for peers any more: {}", message.arguments().value(0).toString().toStdString());
-  dropBrowser();
+void AvahiBrowser::failed(const QString& error) {
+  logger.error("Cannot browse for peers: {}", error.toStdString());
+  browser_.reset();
 }
 
 void AvahiBrowser::resolve(const std::string& name, Seconds limit) {
@@ -154,19 +127,11 @@ void AvahiBrowser::startResolving(const std::string& name, Sighting& sighting) {
 }
 
 void AvahiBrowser::daemonEnded() {
-  dropBrowser();
+  browser_.reset();
   for (auto& [name, sighting] : services_) {
     sighting.places.clear();
     sighting.resolver.reset();
   }
-}
-
-void AvahiBrowser::dropBrowser() {
-  ++attempt_;
-  if (browserPath_.isEmpty()) return;
-  for (const auto& [name, slot] : browserSignals) daemon_.ignore(browserPath_, browserInterface, name, this, slot);
-  daemon_.tell(browserPath_, browserInterface, u"Free"_s);
-  browserPath_.clear();
 }
 
 }  // namespace zolvex

@@ -2,10 +2,10 @@
 
 #include "core/Published.h"
 #include "peer/bonjour/DnsSd.h"
+#include "platform/linux/AvahiObject.h"
 #include "platform/linux/AvahiResolver.h"
 
 #include <QDBusMessage>
-#include <QObject>
 #include <QString>
 
 #include <map>
@@ -24,9 +24,7 @@ class AvahiDaemon;
 /// services are kept and looked up again as they reappear; those that have not by the time it has told all it knows
 /// are removed.
 /// Owned by the application; the daemon must outlive it. Main thread.
-class AvahiBrowser final : public QObject, public ServiceBrowser {
-  Q_OBJECT
-
+class AvahiBrowser final : public ServiceBrowser {
  public:
   explicit AvahiBrowser(AvahiDaemon& daemon);
   ~AvahiBrowser() override;
@@ -43,26 +41,22 @@ class AvahiBrowser final : public QObject, public ServiceBrowser {
     std::unique_ptr<AvahiResolver> resolver;
   };
 
+  struct Item;
+
   void begin();
-  void browserMade(const QString& path);
+  void signalled(const QDBusMessage& signal);
+  void itemNew(const Item& item);
+  void itemRemove(const Item& item);
+  void allForNow();
+  void failed(const QString& error);
   void startResolving(const std::string& name, Sighting& sighting);
-  void dropBrowser();
   void daemonEnded();
-  bool isFromBrowser(const QDBusMessage& message) const;
 
- private Q_SLOTS:
-  void itemNew(const QDBusMessage& message);
-  void itemRemove(const QDBusMessage& message);
-  void allForNow(const QDBusMessage& message);
-  void failure(const QDBusMessage& message);
-
- private:
   AvahiDaemon& daemon_;
   ServiceBrowserListener* listener_ = nullptr;  // none while not searching
   QString type_;
   QString domain_;
-  QString browserPath_;   // empty while there is none
-  unsigned attempt_ = 0;  // answers that belong to an earlier one are not heard
+  std::unique_ptr<AvahiObject> browser_;
   std::map<std::string, Sighting> services_;
   Subscription started_;
   Subscription ended_;

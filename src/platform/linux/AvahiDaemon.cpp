@@ -1,11 +1,14 @@
 #include "platform/linux/AvahiDaemon.h"
 
 #include "core/Log.h"
+#include "platform/linux/AvahiObject.h"
 #include "platform/linux/BusLink.h"
 
+#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
+#include <array>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -22,7 +25,21 @@ const auto serverInterface = u"org.freedesktop.Avahi.Server"_s;
 const auto busService = u"org.freedesktop.DBus"_s;
 const auto busPath = u"/org/freedesktop/DBus"_s;
 
+constexpr int serverGone = 0;     // AVAHI_SERVER_INVALID
 constexpr int serverRunning = 2;  // AVAHI_SERVER_RUNNING
+
+using InterfaceAndSignal = std::pair<QString, QString>;
+
+const std::array signalsOfInterest{
+    InterfaceAndSignal{serverInterface, u"StateChanged"_s},
+    InterfaceAndSignal{u"org.freedesktop.Avahi.EntryGroup"_s, u"StateChanged"_s},
+    InterfaceAndSignal{u"org.freedesktop.Avahi.ServiceBrowser"_s, u"ItemNew"_s},
+    InterfaceAndSignal{u"org.freedesktop.Avahi.ServiceBrowser"_s, u"ItemRemove"_s},
+    InterfaceAndSignal{u"org.freedesktop.Avahi.ServiceBrowser"_s, u"AllForNow"_s},
+    InterfaceAndSignal{u"org.freedesktop.Avahi.ServiceBrowser"_s, u"Failure"_s},
+    InterfaceAndSignal{u"org.freedesktop.Avahi.ServiceResolver"_s, u"Found"_s},
+    InterfaceAndSignal{u"org.freedesktop.Avahi.ServiceResolver"_s, u"Failure"_s},
+};
 
 }  // namespace
 
@@ -56,22 +73,36 @@ void AvahiDaemon::ownerChanged(const QDBusMessage& message) {
 
 void AvahiDaemon::setOwner(const QString& owner) {
   if (owner == owner_) return;
-  setState(0);
-  if (!owner_.isEmpty()) {
-    ignore(serverPath, serverInterface, u"StateChanged"_s, this, SLOT(stateChanged(QDBusMessage)));
-    logger.error("lost the Avahi daemon, waiting for it");
-  }
+  setState(serverGone);
+  listen(false);
+  if (!owner_.isEmpty()) logger.error("lost the Avahi daemon, waiting for it");
   owner_ = owner;
+  objects_.clear();
+  earlySignals_.clear();
+  objectsInTheMaking_ = 0;
   if (owner_.isEmpty()) return;
   logger.info("found the Avahi daemon");
   isAbsenceLogged_ = false;
-  listen(serverPath, serverInterface, u"StateChanged"_s, this, SLOT(stateChanged(QDBusMessage)));
-  callServer(serverInterface, u"GetState"_s, {}, this,
-             [this](const QDBusMessage& reply) { setState(reply.arguments().value(0).toInt()); });
+  listen(true);
+  call(serverPath, serverInterface, u"GetState"_s, {},
+       [this](const QDBusMessage& reply) { setState(reply.arguments().value(0).toInt()); });
 }
 
-void AvahiDaemon::stateChanged(const QDBusMessage& message) {
-  if (message.service() == owner_) setState(message.arguments().value(0).toInt());
+/// To all objects of the daemon, because one that is new may speak before we know its path.
+void AvahiDaemon::listen(bool begin) {
+  if (owner_.isEmpty() || !systemBus_.isConnected()) return;
+  auto bus = systemBus_.connection();
+  const auto* slot = SLOT(signalled(QDBusMessage));
+  for (const auto& [interface, signal] : signalsOfInterest)
+    begin ? bus.connect(owner_, QString(), interface, signal, this, slot)
+          : bus.disconnect(owner_, QString(), interface, signal, this, slot);
+}
+
+void AvahiDaemon::signalled(const QDBusMessage& message) {
+  if (message.service() != owner_) return;
+  if (message.interface() == serverInterface) return setState(message.arguments().value(0).toInt());
+  if (objects_.contains(message.path())) return deliver(message);
+  if (objectsInTheMaking_ > 0) earlySignals_[message.path()].push_back(message);
 }
 
 void AvahiDaemon::setState(int state) {
@@ -81,39 +112,56 @@ void AvahiDaemon::setState(int state) {
   isRunning ? started.emit() : ended.emit();
 }
 
-void AvahiDaemon::callServer(const QString& interface, const QString& method, const QVariantList& arguments,
-                             QObject* context, Answer answer) {
-  call(serverPath, interface, method, arguments, context, std::move(answer));
+void AvahiDaemon::make(const std::shared_ptr<AvahiObject*>& object, const QString& kind,
+                       const QVariantList& arguments) {
+  ++objectsInTheMaking_;
+  call(serverPath, serverInterface, kind + u"New"_s, arguments,
+       [this, weak = std::weak_ptr(object), interface = (*object)->interface_](const QDBusMessage& reply) {
+         made(weak, interface, reply);
+       });
+}
+
+// What an object tells its owner can be the end of the object, so the handlers run as copies.
+
+void AvahiDaemon::made(const std::weak_ptr<AvahiObject*>& weak, const QString& interface, const QDBusMessage& reply) {
+  const auto path = reply.arguments().value(0).value<QDBusObjectPath>().path();
+  const auto early = std::exchange(earlySignals_[path], {});
+  if (--objectsInTheMaking_ == 0) earlySignals_.clear();
+  const auto object = weak.lock();
+  if (!object && !path.isEmpty()) free(path, interface);
+  if (!object) return;
+  const auto events = (*object)->events_;
+  if (path.isEmpty()) return events.failed(avahi::errorText(reply));
+  (*object)->path_ = path;
+  objects_[path] = weak;
+  if (events.made) events.made();
+  for (const auto& signal : early) deliver(signal);
+}
+
+void AvahiDaemon::deliver(const QDBusMessage& signal) {
+  const auto found = objects_.find(signal.path());
+  const auto object = found == objects_.end() ? nullptr : found->second.lock();
+  if (!object) return;
+  const auto handle = (*object)->events_.signal;
+  handle(signal);
+}
+
+void AvahiDaemon::free(const QString& path, const QString& interface) {
+  objects_.erase(path);
+  call(path, interface, u"Free"_s, {}, [](const QDBusMessage&) {});
 }
 
 void AvahiDaemon::call(const QString& path, const QString& interface, const QString& method,
-                       const QVariantList& arguments, QObject* context, Answer answer) {
+                       const QVariantList& arguments, Answer answer) {
   if (owner_.isEmpty() || !systemBus_.isConnected()) return;
   auto message = QDBusMessage::createMethodCall(owner_, path, interface, method);
   message.setArguments(arguments);
-  auto* watcher = new QDBusPendingCallWatcher(systemBus_.connection().asyncCall(message), context);
-  connect(watcher, &QDBusPendingCallWatcher::finished, context,
+  auto* watcher = new QDBusPendingCallWatcher(systemBus_.connection().asyncCall(message), this);
+  connect(watcher, &QDBusPendingCallWatcher::finished, this,
           [this, watcher, owner = owner_, answer = std::move(answer)] {
             watcher->deleteLater();
             if (owner == owner_) answer(watcher->reply());
           });
-}
-
-void AvahiDaemon::tell(const QString& path, const QString& interface, const QString& method) {
-  if (owner_.isEmpty() || !systemBus_.isConnected()) return;
-  auto message = QDBusMessage::createMethodCall(owner_, path, interface, method);
-  message.setAutoStartService(false);
-  systemBus_.connection().send(message);
-}
-
-void AvahiDaemon::listen(const QString& path, const QString& interface, const QString& signal, QObject* receiver,
-                         const char* slot) {
-  if (systemBus_.isConnected()) systemBus_.connection().connect(owner_, path, interface, signal, receiver, slot);
-}
-
-void AvahiDaemon::ignore(const QString& path, const QString& interface, const QString& signal, QObject* receiver,
-                         const char* slot) {
-  if (systemBus_.isConnected()) systemBus_.connection().disconnect(owner_, path, interface, signal, receiver, slot);
 }
 
 }  // namespace zolvex

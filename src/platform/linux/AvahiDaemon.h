@@ -8,21 +8,24 @@
 #include <QVariantList>
 
 #include <functional>
+#include <map>
+#include <memory>
+#include <vector>
 
 namespace zolvex {
 
+class AvahiObject;
 class BusLink;
 
 /// avahi-daemon as seen from the system bus. It follows the bus, the daemon's name on it and the state the daemon
 /// reports, and tells its users when they can begin and when all they had from the daemon is void: at its end, at the
-/// end of the bus, and while it looks for another host name. Calls never block.
-/// Owned by the application; the bus link must outlive it. Main thread.
+/// end of the bus, and while it looks for another host name. It hands the signals of the daemon's objects to their
+/// AvahiObject. Calls never block.
+/// Owned by the application; the bus link must outlive it, and it its users. Main thread.
 class AvahiDaemon final : public QObject {
   Q_OBJECT
 
  public:
-  using Answer = std::function<void(const QDBusMessage& reply)>;
-
   /// Before the link is started, or after.
   explicit AvahiDaemon(BusLink& systemBus);
 
@@ -31,38 +34,35 @@ class AvahiDaemon final : public QObject {
   Signal<> started;
   Signal<> ended;
 
-  /// Calls a method of the server object. `answer` gets the reply or the error unless `context` is gone or the daemon
-  /// has ended or restarted by then.
-  void callServer(const QString& interface, const QString& method, const QVariantList& arguments, QObject* context,
-                  Answer answer);
-
-  /// The same for an object that the daemon made for us.
-  void call(const QString& path, const QString& interface, const QString& method, const QVariantList& arguments,
-            QObject* context, Answer answer);
-
-  /// The same when nobody cares for the answer.
-  void tell(const QString& path, const QString& interface, const QString& method);
-
-  /// Delivers a signal of an object that the daemon made for us to `slot`, which takes the QDBusMessage.
-  void listen(const QString& path, const QString& interface, const QString& signal, QObject* receiver,
-              const char* slot);
-  void ignore(const QString& path, const QString& interface, const QString& signal, QObject* receiver,
-              const char* slot);
-
  private:
+  friend class AvahiObject;
+  using Answer = std::function<void(const QDBusMessage& reply)>;
+
   void busArrived();
   void setOwner(const QString& owner);
+  void listen(bool begin);
   void setState(int state);
+  void make(const std::shared_ptr<AvahiObject*>& object, const QString& kind, const QVariantList& arguments);
+  void made(const std::weak_ptr<AvahiObject*>& object, const QString& interface, const QDBusMessage& reply);
+  void deliver(const QDBusMessage& signal);
+  void free(const QString& path, const QString& interface);
+
+  /// `answer` gets the reply or the error unless the daemon has ended or restarted by then.
+  void call(const QString& path, const QString& interface, const QString& method, const QVariantList& arguments,
+            Answer answer);
 
  private Q_SLOTS:
   void ownerChanged(const QDBusMessage& message);
-  void stateChanged(const QDBusMessage& message);
+  void signalled(const QDBusMessage& message);
 
  private:
   BusLink& systemBus_;
   QString owner_;  // the daemon's unique name on the bus; empty while it is not there
   bool isRunning_ = false;
   bool isAbsenceLogged_ = false;
+  std::map<QString, std::weak_ptr<AvahiObject*>> objects_;     // by path
+  int objectsInTheMaking_ = 0;                                 // while there are any,
+  std::map<QString, std::vector<QDBusMessage>> earlySignals_;  // what objects with unknown paths say is kept here
   Subscription arrival_;
   Subscription loss_;
 };

@@ -2,11 +2,12 @@
 
 #include "core/Published.h"
 #include "peer/bonjour/DnsSd.h"
+#include "platform/linux/AvahiObject.h"
 
 #include <QDBusMessage>
-#include <QObject>
 #include <QString>
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -18,9 +19,7 @@ class AvahiDaemon;
 /// what becomes of it. A name that is taken, on this computer or on the network, is followed by the next one
 /// ("Zolvex-ABC123", "Zolvex-ABC123 #2", ...). When the daemon comes back it all begins anew, with the wanted name.
 /// Owned by the application; the daemon must outlive it. Main thread.
-class AvahiPublisher final : public QObject, public ServicePublisher {
-  Q_OBJECT
-
+class AvahiPublisher final : public ServicePublisher {
  public:
   static constexpr int maximumNames = 20;  ///< Tried before it gives up.
 
@@ -32,25 +31,19 @@ class AvahiPublisher final : public QObject, public ServicePublisher {
 
  private:
   void begin();
-  void groupMade(const QString& path);
   void addService();
   void added(const QDBusMessage& reply);
   void commit();
+  void stateChanged(int state, const QString& error);
   void tryNextName();
   void failed(const QString& error);
   std::string currentName() const;
-  void dropGroup();
 
- private Q_SLOTS:
-  void stateChanged(const QDBusMessage& message);
-
- private:
   AvahiDaemon& daemon_;
   std::optional<Service> wanted_;
   ServicePublicationListener* listener_ = nullptr;
   int nameNumber_ = 1;
-  QString groupPath_;     // empty while there is none
-  unsigned attempt_ = 0;  // answers that belong to an earlier one are not heard
+  std::unique_ptr<AvahiObject> group_;
   Subscription started_;
   Subscription ended_;
 };

@@ -1,9 +1,6 @@
 #include "platform/linux/AvahiResolver.h"
 
 #include "platform/linux/AvahiDaemon.h"
-#include "platform/linux/AvahiNames.h"
-
-#include <QPointer>
 
 #include <algorithm>
 #include <array>
@@ -17,10 +14,6 @@ namespace zolvex {
 
 namespace {
 
-const auto serverInterface = u"org.freedesktop.Avahi.Server2"_s;
-const auto resolverInterface = u"org.freedesktop.Avahi.ServiceResolver"_s;
-
-constexpr uint noFlags = 0;
 constexpr int foundArguments = 11;
 
 bool isLinkLocal(const std::string& address) {
@@ -39,58 +32,40 @@ std::string withScope(std::string address, int interface) {
 
 AvahiResolver::AvahiResolver(AvahiDaemon& daemon, Service service, Seconds limit, Resolved resolved)
     : daemon_(daemon), service_(std::move(service)), resolved_(std::move(resolved)) {
-  for (const int protocol : {avahi::ipv4, avahi::ipv6}) prepare(protocol);
   limit_.setSingleShot(true);
   ipv4Wait_.setSingleShot(true);
-  connect(&limit_, &QTimer::timeout, this, [this] { limitReached(); });
-  connect(&ipv4Wait_, &QTimer::timeout, this, [this] { report(); });
+  QObject::connect(&limit_, &QTimer::timeout, &limit_, [this] { limitReached(); });
+  QObject::connect(&ipv4Wait_, &QTimer::timeout, &ipv4Wait_, [this] { report(); });
   limit_.start(std::chrono::ceil<std::chrono::milliseconds>(limit));
+  for (const int protocol : {avahi::ipv4, avahi::ipv6}) begin(protocol);
 }
 
-AvahiResolver::~AvahiResolver() {
-  free();
+void AvahiResolver::begin(int addressProtocol) {
+  auto& lookup = lookups_.at(static_cast<std::size_t>(addressProtocol));
+  AvahiObject::Events events;
+  events.signal = [this, &lookup](const QDBusMessage& signal) { signalled(lookup, signal); };
+  events.failed = [this, &lookup](const QString&) { lost(lookup); };
+  lookup.object =
+      std::make_unique<AvahiObject>(daemon_, u"ServiceResolver"_s,
+                                    QVariantList{avahi::anyInterface, avahi::anyProtocol, service_.name, service_.type,
+                                                 service_.domain, addressProtocol, avahi::noFlags},
+                                    std::move(events));
 }
 
-void AvahiResolver::prepare(int addressProtocol) {
-  // The context is the daemon, not this object: what the daemon makes for us must be freed also when we are gone.
-  daemon_.callServer(serverInterface, u"ServiceResolverPrepare"_s,
-                     {avahi::anyInterface, avahi::anyProtocol, service_.name, service_.type, service_.domain,
-                      addressProtocol, noFlags},
-                     &daemon_,
-                     [this, alive = QPointer(this), &daemon = daemon_, addressProtocol](const QDBusMessage& reply) {
-                       const auto path = avahi::pathIn(reply);
-                       if (path.isEmpty()) return;
-                       alive ? start(addressProtocol, path) : daemon.tell(path, resolverInterface, u"Free"_s);
-                     });
+void AvahiResolver::signalled(Lookup& lookup, const QDBusMessage& signal) {
+  const auto arguments = signal.arguments();
+  signal.member() == u"Found"_s && arguments.size() == foundArguments ? found(lookup, arguments) : lost(lookup);
 }
 
-void AvahiResolver::start(int addressProtocol, const QString& path) {
-  lookups_.at(static_cast<std::size_t>(addressProtocol)).path = path;
-  daemon_.listen(path, resolverInterface, u"Found"_s, this, SLOT(found(QDBusMessage)));
-  daemon_.listen(path, resolverInterface, u"Failure"_s, this, SLOT(failure(QDBusMessage)));
-  daemon_.tell(path, resolverInterface, u"Start"_s);
-}
-
-AvahiResolver::Lookup* AvahiResolver::lookupAt(const QString& path) {
-  const auto lookup =
-      std::find_if(lookups_.begin(), lookups_.end(), [&](const Lookup& each) { return each.path == path; });
-  return lookup == lookups_.end() ? nullptr : &*lookup;
-}
-
-void AvahiResolver::found(const QDBusMessage& message) {
-  const auto arguments = message.arguments();
-  auto* lookup = lookupAt(message.path());
-  if (!lookup || arguments.size() != foundArguments) return;
-  lookup->address = withScope(arguments.at(7).toString().toStdString(), arguments.at(0).toInt());
-  lookup->port = static_cast<std::uint16_t>(arguments.at(8).toUInt());
+void AvahiResolver::found(Lookup& lookup, const QVariantList& arguments) {
+  lookup.address = withScope(arguments.at(7).toString().toStdString(), arguments.at(0).toInt());
+  lookup.port = static_cast<std::uint16_t>(arguments.at(8).toUInt());
   settle();
 }
 
 /// Nothing (any more) for this address family.
-void AvahiResolver::failure(const QDBusMessage& message) {
-  auto* lookup = lookupAt(message.path());
-  if (!lookup) return;
-  lookup->address.reset();
+void AvahiResolver::lost(Lookup& lookup) {
+  lookup.address.reset();
   report();
 }
 
@@ -115,17 +90,8 @@ void AvahiResolver::report() {
 }
 
 void AvahiResolver::limitReached() {
-  ipv4Wait_.isActive() ? report() : free();
-}
-
-void AvahiResolver::free() {
-  for (auto& lookup : lookups_) {
-    if (lookup.path.isEmpty()) continue;
-    daemon_.ignore(lookup.path, resolverInterface, u"Found"_s, this, SLOT(found(QDBusMessage)));
-    daemon_.ignore(lookup.path, resolverInterface, u"Failure"_s, this, SLOT(failure(QDBusMessage)));
-    daemon_.tell(lookup.path, resolverInterface, u"Free"_s);
-    lookup = {};
-  }
+  if (ipv4Wait_.isActive()) return report();
+  for (auto& lookup : lookups_) lookup.object.reset();
 }
 
 }  // namespace zolvex

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "core/Time.h"
+#include "platform/linux/AvahiObject.h"
 
 #include <QDBusMessage>
-#include <QObject>
 #include <QString>
 #include <QTimer>
 
@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -24,9 +25,7 @@ class AvahiDaemon;
 /// An IPv4 address is reported at once; with only an IPv6 one it waits a moment for the other. What is not found
 /// within the limit is not reported at all.
 /// Owned by the browser, for as long as the service is there and the daemon runs. Main thread.
-class AvahiResolver final : public QObject {
-  Q_OBJECT
-
+class AvahiResolver {
  public:
   static constexpr std::chrono::milliseconds waitForIpv4{500};
 
@@ -38,29 +37,23 @@ class AvahiResolver final : public QObject {
   using Resolved = std::function<void(const std::vector<std::string>& addresses, std::uint16_t port)>;
 
   AvahiResolver(AvahiDaemon& daemon, Service service, Seconds limit, Resolved resolved);
-  ~AvahiResolver() override;
 
  private:
   struct Lookup {
-    QString path;  // empty until the daemon has made it
+    std::unique_ptr<AvahiObject> object;
     std::optional<std::string> address;
     std::uint16_t port = 0;
   };
   using Report = std::pair<std::vector<std::string>, std::uint16_t>;
 
-  void prepare(int addressProtocol);
-  void start(int addressProtocol, const QString& path);
-  Lookup* lookupAt(const QString& path);
+  void begin(int addressProtocol);
+  void signalled(Lookup& lookup, const QDBusMessage& signal);
+  void found(Lookup& lookup, const QVariantList& arguments);
+  void lost(Lookup& lookup);
   void settle();
   void report();
   void limitReached();
-  void free();
 
- private Q_SLOTS:
-  void found(const QDBusMessage& message);
-  void failure(const QDBusMessage& message);
-
- private:
   AvahiDaemon& daemon_;
   const Service service_;
   const Resolved resolved_;

@@ -12,6 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 TEST(PeerIdFromServiceName, isTheUpperCasedPieceAfterThePrefix) {
   EXPECT_EQ(peerIdFromServiceName("Zolvex-ABC123"), "ABC123");
@@ -143,9 +144,22 @@ TEST_F(ServiceBrowserDelegateTest, aServiceOfTheNameWeWantedButDidNotGetIsListed
   EXPECT_THAT(discoveredIds(), ElementsAre("ABC123"));
 }
 
-TEST_F(ServiceBrowserDelegateTest, foreignServiceOfOurNameIsListed) {
+TEST_F(ServiceBrowserDelegateTest, aServiceWhoseNameBecomesOursIsOursFromThenOn) {
+  delegate.serviceFound("Zolvex-ABC123", false);
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
+  delegate.ownServicePublished("Zolvex-ABC123");  // the other one gave way
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.2"}, 4712);
+  EXPECT_THAT(store.discovered, SizeIs(1));
+  store.discovered.clear();
+  delegate.reportDiscoveredAgain();
+  EXPECT_THAT(store.discovered, IsEmpty());
+}
+
+TEST_F(ServiceBrowserDelegateTest, aServiceThatHadOurNameIsListedWhenWeGetAnother) {
   delegate.ownServicePublished("Zolvex-ABC123");
   delegate.serviceFound("Zolvex-ABC123", false);
+  EXPECT_THAT(browser.resolving, IsEmpty());
+  delegate.ownServicePublished("Zolvex-ABC123 #2");
   EXPECT_THAT(browser.resolving, ElementsAre("Zolvex-ABC123"));
 }
 

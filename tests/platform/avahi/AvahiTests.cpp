@@ -1,0 +1,265 @@
+#include "platform/avahi/AvahiWorld.h"
+#include "platform/linux/AvahiBrowser.h"
+#include "platform/linux/AvahiDaemon.h"
+#include "platform/linux/AvahiPublisher.h"
+#include "platform/linux/BusLink.h"
+#include "platform/linux/QtMainQueue.h"
+#include "support/EventLoop.h"
+#include "support/LogCapture.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace zolvex {
+namespace {
+
+using test::runUntil;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr auto serviceType = "_zolvex._tcp.";
+constexpr auto serviceDomain = "local.";
+constexpr Seconds resolveLimit{5.0};
+
+/// Keeps what it hears, and resolves every service it finds.
+struct Ears final : ServicePublicationListener, ServiceBrowserListener {
+  explicit Ears(ServiceBrowser& theBrowser) : browser(theBrowser) {}
+
+  void servicePublished(const std::string& name) override { published.push_back(name); }
+  void servicePublicationFailed(const std::string& error) override { failures.push_back(error); }
+  void serviceFound(const std::string& name, bool isLocal) override {
+    found.push_back(name);
+    local[name] = isLocal;
+    browser.resolve(name, resolveLimit);
+  }
+  void serviceRemoved(const std::string& name) override { removed.push_back(name); }
+  void serviceResolved(const std::string& name, const std::vector<std::string>& newAddresses,
+                       std::uint16_t port) override {
+    ++resolutions;
+    addresses = newAddresses;
+    ports[name] = port;
+  }
+
+  /// The name that holds now.
+  std::string last() const { return published.empty() ? std::string() : published.back(); }
+
+  ServiceBrowser& browser;
+  std::vector<std::string> published;
+  std::vector<std::string> failures;
+  std::vector<std::string> found;
+  std::vector<std::string> removed;
+  std::map<std::string, bool> local;
+  std::map<std::string, std::uint16_t> ports;
+  std::vector<std::string> addresses;
+  int resolutions = 0;
+};
+
+/// One computer's side of the system bus.
+struct Computer {
+  Computer(MainQueue& queue, const QString& busAddress) : link(queue, "system bus", busAddress.toStdString()) {
+    link.start();
+  }
+
+  void publish(const std::string& name, std::uint16_t port) {
+    publisher.publish({name, serviceType, serviceDomain, port, {{"id", "1234"}, {"name", "Ann\xc3\xa9"}}}, ears);
+  }
+  void browse() { browser.searchForServices(serviceType, serviceDomain, ears); }
+
+  BusLink link;
+  AvahiDaemon daemon{link};
+  AvahiPublisher publisher{daemon};
+  AvahiBrowser browser{daemon};
+  Ears ears{browser};
+};
+
+class AvahiTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const auto obstacle = test::AvahiWorld::obstacle(); !obstacle.empty()) GTEST_SKIP() << obstacle;
+    ASSERT_TRUE(world.start());
+    studio.emplace(queue, world.busAddress(0));
+    laptop.emplace(queue, world.busAddress(1));
+  }
+  void TearDown() override {
+    studio.reset();
+    laptop.reset();
+  }
+
+  /// Both daemons up before anybody asks for them.
+  void startDaemons() {
+    for (const int computer : {0, 1}) world.startDaemon(computer);
+    ASSERT_TRUE(runUntil([&] { return studio->daemon.isRunning() && laptop->daemon.isRunning(); }));
+  }
+
+  /// What most tests begin with: the laptop has published, the studio has found and resolved it.
+  void publishAndFind() {
+    startDaemons();
+    studio->browse();
+    laptop->publish("Zolvex-ABC123", 4711);
+    ASSERT_TRUE(runUntil([&] { return studio->ears.resolutions > 0 && !laptop->ears.published.empty(); }));
+  }
+
+  test::AvahiWorld world;
+  QtMainQueue queue;
+  std::optional<Computer> studio;
+  std::optional<Computer> laptop;
+};
+
+TEST_F(AvahiTest, publishedServiceIsFoundOnceAndResolvedOnTheOtherComputer) {
+  publishAndFind();
+  EXPECT_THAT(laptop->ears.published, ElementsAre("Zolvex-ABC123"));
+  EXPECT_THAT(studio->ears.found, ElementsAre("Zolvex-ABC123"));
+  EXPECT_FALSE(studio->ears.local["Zolvex-ABC123"]);
+  EXPECT_EQ(studio->ears.addresses.front(), "10.77.0.2");
+  EXPECT_EQ(studio->ears.ports["Zolvex-ABC123"], 4711);
+}
+
+TEST_F(AvahiTest, linkLocalAddressComesLastAndWithItsScope) {
+  publishAndFind();
+  ASSERT_TRUE(runUntil([&] { return studio->ears.addresses.size() == 2; }));
+  EXPECT_EQ(studio->ears.addresses.front(), "10.77.0.2");
+  EXPECT_THAT(studio->ears.addresses.back(), testing::MatchesRegex("fe80:.*%.+"));
+}
+
+TEST_F(AvahiTest, ownServiceIsFoundAsLocal) {
+  startDaemons();
+  laptop->browse();
+  laptop->publish("Zolvex-ABC123", 4711);
+  ASSERT_TRUE(runUntil([&] { return !laptop->ears.found.empty(); }));
+  EXPECT_TRUE(laptop->ears.local["Zolvex-ABC123"]);
+}
+
+TEST_F(AvahiTest, unpublishedServiceIsRemoved) {
+  publishAndFind();
+  laptop->publisher.unpublish();
+  ASSERT_TRUE(runUntil([&] { return !studio->ears.removed.empty(); }));
+  EXPECT_THAT(studio->ears.removed, ElementsAre("Zolvex-ABC123"));
+}
+
+TEST_F(AvahiTest, newPortOfAServiceThatRestartedIsReported) {
+  publishAndFind();
+  laptop->publish("Zolvex-ABC123", 4712);
+  EXPECT_TRUE(runUntil([&] { return studio->ears.ports["Zolvex-ABC123"] == 4712; }));
+}
+
+TEST_F(AvahiTest, serviceIsRemovedWithItsNetworkAndFoundAgain) {
+  publishAndFind();
+  world.unplug();
+  ASSERT_TRUE(runUntil([&] { return !studio->ears.removed.empty(); }));
+  world.plug();
+  EXPECT_TRUE(runUntil([&] { return studio->ears.found.size() == 2; }));
+}
+
+TEST_F(AvahiTest, nameTakenOnTheNetworkIsFollowedByAnother) {
+  publishAndFind();
+  studio->publish("Zolvex-ABC123", 4712);
+  const auto renamed = [&] { return studio->ears.last() != laptop->ears.last() && !studio->ears.published.empty(); };
+  ASSERT_TRUE(runUntil(renamed));
+  const std::set names{studio->ears.last(), laptop->ears.last()};
+  EXPECT_THAT(names, ElementsAre("Zolvex-ABC123", "Zolvex-ABC123 #2"));
+  // Each sees the other, whoever had to give way.
+  EXPECT_TRUE(runUntil([&] { return studio->ears.ports[laptop->ears.last()] == 4711; }));
+}
+
+TEST_F(AvahiTest, nameTakenOnThisComputerIsFollowedByAnother) {
+  startDaemons();
+  AvahiPublisher other(studio->daemon);
+  Ears otherEars(studio->browser);
+  other.publish({"Zolvex-ABC123", serviceType, serviceDomain, 1, {}}, otherEars);
+  ASSERT_TRUE(runUntil([&] { return !otherEars.published.empty(); }));
+  studio->publish("Zolvex-ABC123", 2);
+  ASSERT_TRUE(runUntil([&] { return !studio->ears.published.empty(); }));
+  EXPECT_THAT(studio->ears.published, ElementsAre("Zolvex-ABC123 #2"));
+}
+
+TEST_F(AvahiTest, refusedPublicationIsReported) {
+  startDaemons();
+  studio->publish(std::string(64, 'x'), 4711);  // no DNS label is that long
+  ASSERT_TRUE(runUntil([&] { return !studio->ears.failures.empty(); }));
+  EXPECT_THAT(studio->ears.failures.front(), testing::StartsWith("org.freedesktop.Avahi.InvalidServiceName"));
+  EXPECT_THAT(studio->ears.published, IsEmpty());
+}
+
+TEST_F(AvahiTest, daemonThatStartsLaterIsUsed) {
+  test::LogCapture log;
+  log.expectError("no Avahi daemon yet, waiting for it");
+  studio->browse();
+  laptop->publish("Zolvex-ABC123", 4711);
+  ASSERT_TRUE(runUntil([&] { return log.count("no Avahi daemon yet, waiting for it") == 2; }));
+  for (const int computer : {0, 1}) world.startDaemon(computer);
+  EXPECT_TRUE(runUntil([&] { return studio->ears.resolutions > 0; }));
+}
+
+TEST_F(AvahiTest, serviceIsPublishedAnewWhenTheDaemonRestarts) {
+  publishAndFind();
+  test::LogCapture log;
+  log.expectError("lost the Avahi daemon, waiting for it");
+  world.stopDaemon(1);
+  ASSERT_TRUE(runUntil([&] { return !studio->ears.removed.empty(); }));
+  world.startDaemon(1);
+  ASSERT_TRUE(runUntil([&] { return studio->ears.found.size() == 2; }));
+  ASSERT_TRUE(runUntil([&] { return laptop->ears.published.size() == 2; }));
+}
+
+TEST_F(AvahiTest, serviceSeenBeforeAndAfterARestartOfTheDaemonIsKeptAndLookedUpAgain) {
+  publishAndFind();
+  test::LogCapture log;
+  log.expectError("lost the Avahi daemon, waiting for it");
+  world.stopDaemon(0);
+  ASSERT_TRUE(runUntil([&] { return !studio->daemon.isRunning(); }));
+  laptop->publish("Zolvex-ABC123", 4712);
+  world.startDaemon(0);
+  EXPECT_TRUE(runUntil([&] { return studio->ears.ports["Zolvex-ABC123"] == 4712; }));
+  EXPECT_THAT(studio->ears.found, SizeIs(1));
+  EXPECT_THAT(studio->ears.removed, IsEmpty());
+}
+
+TEST_F(AvahiTest, serviceThatWentWhileTheDaemonWasAwayIsRemoved) {
+  publishAndFind();
+  test::LogCapture log;
+  log.expectError("lost the Avahi daemon, waiting for it");
+  world.stopDaemon(0);
+  ASSERT_TRUE(runUntil([&] { return !studio->daemon.isRunning(); }));
+  laptop->publisher.unpublish();
+  world.startDaemon(0);
+  ASSERT_TRUE(runUntil([&] { return !studio->ears.removed.empty(); }));
+  EXPECT_THAT(studio->ears.removed, ElementsAre("Zolvex-ABC123"));
+}
+
+TEST_F(AvahiTest, busThatVanishesAndReturnsIsUsedAgain) {
+  publishAndFind();
+  test::LogCapture log;
+  log.expectError("lost the ");
+  world.stopBus(1);
+  ASSERT_TRUE(runUntil([&] { return !laptop->link.isConnected(); }));
+  world.stopDaemon(1);
+  ASSERT_TRUE(runUntil([&] { return !studio->ears.removed.empty(); }));
+  world.startBus(1);
+  world.startDaemon(1);
+  EXPECT_TRUE(runUntil([&] { return laptop->ears.published.size() == 2; }));
+  EXPECT_TRUE(runUntil([&] { return studio->ears.found.size() == 2; }));
+}
+
+TEST_F(AvahiTest, nothingIsHeardAfterStopping) {
+  publishAndFind();
+  studio->browser.stop();
+  laptop->publisher.unpublish();
+  laptop->publish("Zolvex-DEF456", 4711);
+  ASSERT_TRUE(runUntil([&] { return laptop->ears.published.size() == 2; }));
+  AvahiBrowser witness(studio->daemon);
+  Ears witnessEars(witness);
+  witness.searchForServices(serviceType, serviceDomain, witnessEars);
+  ASSERT_TRUE(runUntil([&] { return !witnessEars.found.empty(); }));
+  EXPECT_THAT(studio->ears.found, SizeIs(1));
+  EXPECT_THAT(studio->ears.removed, IsEmpty());
+}
+
+}  // namespace
+}  // namespace zolvex

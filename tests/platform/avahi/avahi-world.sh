@@ -1,0 +1,81 @@
+#!/bin/sh
+# Two computers with one network cable between them, in namespaces of their own; each gets an avahi-daemon.
+# Run as: unshare --net --mount --pid --fork --mount-proc --kill-child [--user --map-root-user] avahi-world.sh BUS0 BUS1
+# Commands on standard input: "start N", "stop N", "unplug", "plug". Each is answered with a line "done".
+# Everything ends with this script.
+set -eu
+
+bus0=$1
+bus1=$2
+pid0=
+pid1=
+
+mount -t tmpfs tmpfs /run
+mkdir /run/avahi-daemon
+
+# The daemon gives its directory to the user avahi; in a user namespace only root exists.
+sed 's/^\(avahi:[^:]*\):[0-9]*:[0-9]*:/\1:0:0:/' /etc/passwd > /run/passwd
+sed 's/^\(avahi:[^:]*\):[0-9]*:/\1:0:/' /etc/group > /run/group
+mount --bind /run/passwd /etc/passwd
+mount --bind /run/group /etc/group
+
+for n in 0 1; do
+  cat > "/run/avahi-$n.conf" << CONFIGURATION
+[server]
+host-name=computer$n
+allow-interfaces=cable$n
+enable-dbus=yes
+use-ipv4=yes
+use-ipv6=yes
+[wide-area]
+enable-wide-area=no
+[publish]
+publish-workstation=no
+CONFIGURATION
+done
+
+unshare --net --mount sh -c 'mount -t tmpfs tmpfs /run/avahi-daemon; touch /run/other; exec sleep infinity' &
+other=$!
+until [ -e /run/other ]; do sleep 0.01; done
+
+ip link add cable0 type veth peer name cable1 netns "$other"
+ip addr add 10.77.0.1/24 dev cable0
+ip link set cable0 up
+in_other() { nsenter --target "$other" --net --mount "$@"; }
+in_other ip addr add 10.77.0.2/24 dev cable1
+in_other ip link set cable1 up
+
+start_daemon() {
+  case $1 in
+    0)
+      DBUS_SYSTEM_BUS_ADDRESS=$bus0 avahi-daemon -f /run/avahi-0.conf \
+        --no-drop-root --no-chroot --no-rlimits > /dev/null 2>&1 &
+      pid0=$!
+      ;;
+    1)
+      DBUS_SYSTEM_BUS_ADDRESS=$bus1 nsenter --target "$other" --net --mount avahi-daemon -f /run/avahi-1.conf \
+        --no-drop-root --no-chroot --no-rlimits > /dev/null 2>&1 &
+      pid1=$!
+      ;;
+  esac
+}
+
+stop_daemon() {
+  case $1 in
+    0) pid=$pid0 ;;
+    1) pid=$pid1 ;;
+  esac
+  kill "$pid" || true # it may have ended with its bus
+  wait "$pid" || true
+}
+
+echo ready
+while read -r command argument; do
+  case $command in
+    start) start_daemon "$argument" ;;
+    stop) stop_daemon "$argument" ;;
+    unplug) ip link set cable0 down ;;
+    plug) ip link set cable0 up ;;
+  esac
+  echo 'done'
+done
