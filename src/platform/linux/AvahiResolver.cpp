@@ -40,6 +40,8 @@ AvahiResolver::AvahiResolver(AvahiDaemon& daemon, Service service, Seconds limit
   for (const int protocol : {avahi::ipv4, avahi::ipv6}) begin(protocol);
 }
 
+/// Each family's address is asked for over that family: a daemon as it comes does not publish IPv4 addresses over IPv6
+/// (publish-a-on-ipv6=no), and whoever asks there waits in vain.
 void AvahiResolver::begin(int addressProtocol) {
   auto& lookup = lookups_.at(static_cast<std::size_t>(addressProtocol));
   AvahiObject::Events events;
@@ -47,7 +49,7 @@ void AvahiResolver::begin(int addressProtocol) {
   events.failed = [this, &lookup](const QString&) { lost(lookup); };
   lookup.object =
       std::make_unique<AvahiObject>(daemon_, u"ServiceResolver"_s,
-                                    QVariantList{avahi::anyInterface, avahi::anyProtocol, service_.name, service_.type,
+                                    QVariantList{avahi::anyInterface, addressProtocol, service_.name, service_.type,
                                                  service_.domain, addressProtocol, avahi::noFlags},
                                     std::move(events));
 }
