@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QDBusConnection>
 
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <thread>
@@ -41,15 +42,18 @@ class QtSurroundings {
 
 }  // namespace
 
-int runWorkerMode(const std::vector<std::string>& arguments) {
+void runWorkerMode(const std::vector<std::string>& arguments) {
   const bool lists = !arguments.empty() && arguments.front() == literalOf(BluetoothWorkerCommand::listPaired);
   QtSurroundings surroundings(!lists);
-  return BluetoothWorker({.input = std::cin,
-                          .output = std::cout,
-                          .error = std::cerr,
-                          .openController = [&surroundings] { return surroundings.openController(); },
-                          .sleep = [](Seconds duration) { std::this_thread::sleep_for(duration); }})
-      .run(arguments);
+  const int status = BluetoothWorker({.input = std::cin,
+                                      .output = std::cout,
+                                      .error = std::cerr,
+                                      .openController = [&surroundings] { return surroundings.openController(); },
+                                      .sleep = [](Seconds duration) { std::this_thread::sleep_for(duration); }})
+                         .run(arguments);
+  // Without clean-up: nothing is left to be saved, closing the bus connection in good order takes its time at each run,
+  // and the thread of a notification may still be busy.
+  std::_Exit(status);
 }
 
 }  // namespace zolvex

@@ -9,6 +9,6 @@
 /// One executable, two modes: the first argument decides, before anything of the application exists.
 int main(int argc, char** argv) {
   if (argc >= 2 && std::string_view(argv[1]) == zolvex::workerFlag)
-    return zolvex::runWorkerMode(std::vector<std::string>(argv + 2, argv + argc));
+    zolvex::runWorkerMode(std::vector<std::string>(argv + 2, argv + argc));
   return zolvex::runApplication(argc, argv);
 }

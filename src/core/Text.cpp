@@ -1,7 +1,5 @@
 #include "core/Text.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cstdint>
 
@@ -56,6 +54,12 @@ bool isControl(char32_t c) {
   return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x2028 || c == 0x2029;
 }
 
+/// "\x0a". By hand: this file is part of the worker, which starts faster without a formatting library.
+std::string hexadecimal(unsigned char byte) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  return {'\\', 'x', digits[byte >> 4], digits[byte & 0x0F]};
+}
+
 std::string mapped(std::string_view text, char (*map)(char)) {
   std::string result(text);
   std::transform(result.begin(), result.end(), result.begin(), map);
@@ -107,7 +111,7 @@ std::string escapedForLog(std::string_view text) {
     const auto point = decode(text);
     for (const char byte : text.substr(0, point.length)) {
       if (point.value == malformed || isControl(point.value))
-        result += fmt::format("\\x{:02x}", static_cast<unsigned char>(byte));
+        result += hexadecimal(static_cast<unsigned char>(byte));
       else
         result += byte;
     }

@@ -2,8 +2,8 @@
 
 namespace zolvex {
 
-/// From now on this process ends, at once and without clean-up, when its parent process has ended: for a process that
-/// works for its parent alone and may block for long. A thread of its own watches. Call it once.
+/// From now on this process ends, at once and without clean-up, when the thread that has started it ends: for a process
+/// that works for that thread alone, which waits for it, and may block for long.
 void endWithParent();
 
 }  // namespace zolvex
