@@ -1,37 +1,43 @@
 #include "platform/linux/BluezAddress.h"
 
-#include <QStringList>
+#include "core/Text.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace zolvex {
 
 namespace {
 
-constexpr qsizetype groupCount = 6;
+constexpr std::size_t addressLength = 17;
+constexpr std::size_t groupLength = 3;  // two digits and what separates them from the next
 
-bool isHexadecimal(QChar c) {
-  return (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'F');
-}
-
-bool isGroup(const QString& text) {
-  return text.size() == 2 && std::all_of(text.begin(), text.end(), isHexadecimal);
+bool isHexadecimal(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F');
 }
 
 }  // namespace
 
-std::optional<QString> bluezAddress(const QString& text) {
-  const auto groups = text.toUpper().split(text.contains(u'-') ? u'-' : u':');
-  if (groups.size() != groupCount || !std::all_of(groups.begin(), groups.end(), isGroup)) return std::nullopt;
-  return groups.join(u':');
+std::optional<std::string> bluezAddress(std::string_view text) {
+  if (text.size() != addressLength) return std::nullopt;
+  auto address = uppercased(text);
+  const char separator = address[groupLength - 1];
+  if (separator != ':' && separator != '-') return std::nullopt;
+  for (std::size_t i = 0; i < address.size(); ++i) {
+    const bool separates = i % groupLength == groupLength - 1;
+    if (separates ? address[i] != separator : !isHexadecimal(address[i])) return std::nullopt;
+  }
+  std::replace(address.begin(), address.end(), '-', ':');
+  return address;
 }
 
-std::optional<QString> bluezAddress(const std::string& text) {
-  return bluezAddress(QString::fromStdString(text));
+std::string printedAddress(std::string bluezAddress) {
+  std::replace(bluezAddress.begin(), bluezAddress.end(), ':', '-');
+  return bluezAddress;
 }
 
-std::string printedAddress(QString bluezAddress) {
-  return bluezAddress.replace(u':', u'-').toStdString();
+bool isSameAddress(std::string_view left, std::string_view right) {
+  return uppercased(left) == uppercased(right);
 }
 
 }  // namespace zolvex

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <QString>
-
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace zolvex {
 
@@ -11,10 +10,12 @@ namespace zolvex {
 /// upper or lower case; this is where one becomes the other.
 
 /// The address as BlueZ writes it, in upper case; none when `text` is no address.
-std::optional<QString> bluezAddress(const QString& text);
-std::optional<QString> bluezAddress(const std::string& text);
+std::optional<std::string> bluezAddress(std::string_view text);
 
 /// The address as the program prints it.
-std::string printedAddress(QString bluezAddress);
+std::string printedAddress(std::string bluezAddress);
+
+/// Whether two texts are the same but for the case of their letters.
+bool isSameAddress(std::string_view left, std::string_view right);
 
 }  // namespace zolvex

@@ -1,93 +1,109 @@
 #include "platform/linux/BluezBus.h"
 
-#include <QCoreApplication>
-#include <QDBusPendingCallWatcher>
-#include <QDBusVariant>
-#include <QDeadlineTimer>
-#include <QTimer>
-
-#include <chrono>
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <optional>
 #include <utility>
 
 namespace zolvex {
 
 namespace {
 
-const auto propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+using Clock = std::chrono::steady_clock;
 
-std::chrono::milliseconds rounded(Seconds duration) {
-  return std::chrono::ceil<std::chrono::milliseconds>(duration);
+constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
+
+std::uint64_t microseconds(Seconds duration) {
+  const auto rounded = std::chrono::ceil<std::chrono::microseconds>(duration);
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(rounded.count(), 1));
 }
 
-int milliseconds(Seconds duration) {
-  return static_cast<int>(rounded(duration).count());
+int storeAnswer(sd_bus_message* message, void* destination, sd_bus_error*) {
+  *static_cast<std::optional<BluezAnswer>*>(destination) = BluezAnswer::fromMessage(message);
+  return 0;
 }
 
 }  // namespace
 
-BluezBus::BluezBus(QDBusConnection connection, QString service)
-    : connection_(std::move(connection)), service_(std::move(service)) {}
-
-QDBusMessage BluezBus::call(const QString& path, const QString& interface, const QString& member,
-                            const QVariantList& arguments, Seconds limit) const {
-  return connection_.call(methodCall(path, interface, member, arguments), QDBus::Block, milliseconds(limit));
+BluezBus::BluezBus(SdBusHandle bus, std::string service) : bus_(std::move(bus)), service_(std::move(service)) {
+  if (bus_) waitUntil([this] { return sd_bus_is_ready(handle()) > 0; }, quickCallLimit);
 }
 
-QDBusMessage BluezBus::callWithEvents(const QDBusMessage& message, Seconds limit,
-                                      const std::function<bool()>& isEnough) const {
-  const QDBusPendingCallWatcher watcher(connection_.asyncCall(message, milliseconds(limit)));
-  waitUntil([&] { return watcher.isFinished() || isEnough(); }, limit);
-  return watcher.isFinished() ? watcher.reply() : QDBusMessage();
+SdBusHandle BluezBus::openSystemBus() {
+  sd_bus* bus = nullptr;
+  return sd_bus_open_system(&bus) < 0 ? nullptr : SdBusHandle(bus);
 }
 
-void BluezBus::tell(const QString& path, const QString& interface, const QString& member,
-                    const QVariantList& arguments) const {
-  connection_.send(methodCall(path, interface, member, arguments));
+BluezAnswer BluezBus::call(const SdBusMessage& message, Seconds limit) const {
+  if (!message || sd_bus_is_ready(handle()) <= 0) return {.errorName = SD_BUS_ERROR_DISCONNECTED};
+  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_message* reply = nullptr;
+  const int result = sd_bus_call(handle(), message.get(), microseconds(limit), &error, &reply);
+  auto answer = result < 0 ? BluezAnswer::fromError(error) : BluezAnswer{.reply = SdBusMessage(reply)};
+  sd_bus_error_free(&error);
+  return answer;
 }
 
-QVariant BluezBus::property(const QString& path, const QString& interface, const QString& name) const {
-  const auto reply = call(path, propertiesInterface, QStringLiteral("Get"), {interface, name});
-  if (reply.type() != QDBusMessage::ReplyMessage) return {};
-  return reply.arguments().value(0).value<QDBusVariant>().variant();
+BluezAnswer BluezBus::callWithEvents(const SdBusMessage& message, Seconds limit,
+                                     const std::function<bool()>& isEnough) const {
+  std::optional<BluezAnswer> answer;
+  sd_bus_slot* slot = nullptr;
+  if (!message || sd_bus_is_ready(handle()) <= 0 ||
+      sd_bus_call_async(handle(), &slot, message.get(), storeAnswer, &answer, microseconds(limit)) < 0)
+    return {.errorName = SD_BUS_ERROR_DISCONNECTED};
+  const SdBusSlot pending(slot);
+  waitUntil([&] { return answer || isEnough(); }, limit);
+  return answer ? std::move(*answer) : BluezAnswer{};
 }
 
-QDBusMessage BluezBus::setProperty(const QString& path, const QString& interface, const QString& name,
-                                   const QVariant& value) const {
-  return call(path, propertiesInterface, QStringLiteral("Set"),
-              {interface, name, QVariant::fromValue(QDBusVariant(value))});
+void BluezBus::tell(const SdBusMessage& message) const {
+  if (!message) return;
+  sd_bus_message_set_expect_reply(message.get(), 0);
+  sd_bus_send(handle(), message.get(), nullptr);
+}
+
+BluezValue BluezBus::deviceProperty(const std::string& path, const char* name) const {
+  const auto answer = call(message(path, propertiesInterface, "Get", "ss", bluez::deviceInterface, name));
+  return answer.isSuccess() ? readBluezValue(answer.reply.get()) : BluezValue{};
+}
+
+void BluezBus::setDeviceFlag(const std::string& path, const char* name, bool value) const {
+  call(message(path, propertiesInterface, "Set", "ssv", bluez::deviceInterface, name, "b", static_cast<int>(value)));
 }
 
 BluezObjects BluezBus::objects() const {
-  return BluezObjects::fromReply(call(QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus.ObjectManager"),
-                                      QStringLiteral("GetManagedObjects")));
+  const auto answer = call(message("/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects"));
+  return BluezObjects::fromReply(answer.reply.get());
 }
 
-QString BluezBus::owner() const {
-  const auto bus = QStringLiteral("org.freedesktop.DBus");
-  auto question =
-      QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus, QStringLiteral("GetNameOwner"));
-  question.setArguments({service_});
-  return connection_.call(question, QDBus::Block, milliseconds(quickCallLimit)).arguments().value(0).toString();
+std::string BluezBus::owner() const {
+  const auto question =
+      newCall("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "GetNameOwner");
+  if (question) sd_bus_message_append(question.get(), "s", service_.c_str());
+  const auto answer = call(question);
+  const char* name = nullptr;
+  const bool isKnown = answer.isSuccess() && sd_bus_message_read(answer.reply.get(), "s", &name) > 0;
+  return isKnown ? name : "";
 }
 
-bool BluezBus::waitUntil(const std::function<bool()>& isEnough, Seconds limit) {
-  const QDeadlineTimer deadline(rounded(limit), Qt::PreciseTimer);
-  QTimer wake;  // ends the last wait for an event
-  wake.setSingleShot(true);
-  wake.setTimerType(Qt::PreciseTimer);
+bool BluezBus::waitUntil(const std::function<bool()>& isEnough, Seconds limit) const {
+  const auto begin = Clock::now();
   while (!isEnough()) {
-    if (deadline.hasExpired()) return false;
-    if (!wake.isActive()) wake.start(std::chrono::ceil<std::chrono::milliseconds>(deadline.remainingTimeAsDuration()));
-    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    const int handled = bus_ ? sd_bus_process(handle(), nullptr) : -ENOTCONN;
+    if (handled < 0) return false;
+    if (handled > 0) continue;
+    const Seconds left = limit - (Clock::now() - begin);
+    if (left <= Seconds(0)) return false;
+    sd_bus_wait(handle(), microseconds(left));
   }
   return true;
 }
 
-QDBusMessage BluezBus::methodCall(const QString& path, const QString& interface, const QString& member,
-                                  const QVariantList& arguments) const {
-  auto message = QDBusMessage::createMethodCall(service_, path, interface, member);
-  message.setArguments(arguments);
-  return message;
+SdBusMessage BluezBus::newCall(const char* service, const char* path, const char* interface, const char* member) const {
+  sd_bus_message* call = nullptr;
+  if (!bus_ || sd_bus_message_new_method_call(handle(), &call, service, path, interface, member) < 0) return nullptr;
+  return SdBusMessage(call);
 }
 
 }  // namespace zolvex

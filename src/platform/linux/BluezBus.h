@@ -1,69 +1,77 @@
 #pragma once
 
 #include "core/Time.h"
+#include "platform/linux/BluezAnswer.h"
 #include "platform/linux/BluezObjects.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QString>
-#include <QVariantList>
-
 #include <functional>
+#include <string>
 
 namespace zolvex {
 
 namespace bluez {
-inline const auto adapterInterface = QStringLiteral("org.bluez.Adapter1");
-inline const auto deviceInterface = QStringLiteral("org.bluez.Device1");
-inline const auto agentManagerInterface = QStringLiteral("org.bluez.AgentManager1");
-inline const auto rootPath = QStringLiteral("/org/bluez");
+inline constexpr auto adapterInterface = "org.bluez.Adapter1";
+inline constexpr auto deviceInterface = "org.bluez.Device1";
+inline constexpr auto agentManagerInterface = "org.bluez.AgentManager1";
+inline constexpr auto rootPath = "/org/bluez";
 }  // namespace bluez
 
 /// Blocking calls to BlueZ. Every call ends at its limit at the latest, and at once when BlueZ or the bus goes away. It
-/// ends with an error message then, as it does when there is no bus and no BlueZ at all.
-/// Owned by the controller. One thread; the operations that handle events need it to be that of a QCoreApplication.
+/// ends with an error then, as it does when there is no bus and no BlueZ at all.
+/// On sd-bus: a worker lives for a few milliseconds, and needs neither the threads nor the start-up time of QtDBus.
+/// Owned by the controller. One thread.
 class BluezBus {
  public:
-  /// Of calls that BlueZ answers from memory.
+  /// Of calls that BlueZ answers from memory, and until the bus has taken us in.
   static constexpr Seconds quickCallLimit{5.0};
 
-  /// `service` is the bus name of BlueZ.
-  BluezBus(QDBusConnection connection, QString service);
+  /// `bus` may be none; `service` is the bus name of BlueZ.
+  BluezBus(SdBusHandle bus, std::string service);
 
-  const QDBusConnection& connection() const { return connection_; }
-  const QString& service() const { return service_; }
+  /// Connects to the system bus, wherever DBUS_SYSTEM_BUS_ADDRESS says that it is; none when that fails.
+  static SdBusHandle openSystemBus();
 
-  QDBusMessage call(const QString& path, const QString& interface, const QString& member,
-                    const QVariantList& arguments = {}, Seconds limit = quickCallLimit) const;
+  /// None when the bus is gone.
+  sd_bus* handle() const { return bus_.get(); }
 
-  /// A call during which events of this thread are handled, so that announcements arrive and BlueZ can ask us back. It
-  /// also ends when `isEnough` holds after an event; the message is of type InvalidMessage when no answer came.
-  QDBusMessage callWithEvents(const QDBusMessage& message, Seconds limit, const std::function<bool()>& isEnough) const;
+  /// `values` are of the D-Bus `types`, as sd_bus_message_append() takes them.
+  template <class... Values>
+  SdBusMessage message(const std::string& path, const char* interface, const char* member, const char* types = "",
+                       Values... values) const {
+    auto call = newCall(service_.c_str(), path.c_str(), interface, member);
+    if (call && *types) sd_bus_message_append(call.get(), types, values...);
+    return call;
+  }
+
+  /// Handles nothing else meanwhile.
+  BluezAnswer call(const SdBusMessage& message, Seconds limit = quickCallLimit) const;
+
+  /// Handles what arrives meanwhile, so that announcements are heard and BlueZ can ask us back. It also ends, without
+  /// an answer, when `isEnough` holds.
+  BluezAnswer callWithEvents(const SdBusMessage& message, Seconds limit, const std::function<bool()>& isEnough) const;
 
   /// Sends a call of which nobody wants to know the outcome.
-  void tell(const QString& path, const QString& interface, const QString& member,
-            const QVariantList& arguments = {}) const;
+  void tell(const SdBusMessage& message) const;
 
-  /// A property read anew; invalid when it cannot be read.
-  QVariant property(const QString& path, const QString& interface, const QString& name) const;
-  QDBusMessage setProperty(const QString& path, const QString& interface, const QString& name,
-                           const QVariant& value) const;
+  /// A property of a device, read anew; std::monostate when it cannot be read.
+  BluezValue deviceProperty(const std::string& path, const char* name) const;
+  void setDeviceFlag(const std::string& path, const char* name, bool value) const;
 
   /// Empty when BlueZ cannot say.
   BluezObjects objects() const;
 
-  /// The unique bus name behind `service()`; empty when there is none.
-  QString owner() const;
+  /// The unique bus name behind the name of BlueZ; empty when there is none.
+  std::string owner() const;
 
-  /// Handles events until `isEnough` holds after one of them, or until `limit` has passed. Whether it holds.
-  static bool waitUntil(const std::function<bool()>& isEnough, Seconds limit);
-
-  QDBusMessage methodCall(const QString& path, const QString& interface, const QString& member,
-                          const QVariantList& arguments = {}) const;
+  /// Handles what arrives until `isEnough` holds, or until `limit` has passed, or until the bus is gone. Whether it
+  /// holds.
+  bool waitUntil(const std::function<bool()>& isEnough, Seconds limit) const;
 
  private:
-  QDBusConnection connection_;
-  const QString service_;
+  SdBusMessage newCall(const char* service, const char* path, const char* interface, const char* member) const;
+
+  const SdBusHandle bus_;
+  const std::string service_;
 };
 
 }  // namespace zolvex

@@ -1,33 +1,20 @@
 #include "platform/linux/BluezClassicAdapter.h"
 
-#include "platform/linux/BluezErrors.h"
-
-#include <QDBusObjectPath>
-#include <QVariantMap>
+#include "platform/linux/BluezAddress.h"
 
 #include <algorithm>
-#include <chrono>
 #include <iterator>
 #include <utility>
-
-using namespace Qt::Literals::StringLiterals;
 
 namespace zolvex {
 
 namespace {
 
-Seconds remaining(const QDeadlineTimer& deadline) {
-  return std::max(deadline.remainingTimeAsDuration(), std::chrono::nanoseconds(0));
-}
-
-/// BlueZ did not answer, which says nothing about what it has done.
-bool isUnanswered(const QDBusMessage& answer) {
-  return answer.type() == QDBusMessage::InvalidMessage || answer.errorName() == u"org.freedesktop.DBus.Error.NoReply";
-}
+using Clock = std::chrono::steady_clock;
 
 }  // namespace
 
-BluezClassicAdapter::BluezClassicAdapter(const BluezBus& bus, QString wantedAddress)
+BluezClassicAdapter::BluezClassicAdapter(const BluezBus& bus, std::string wantedAddress)
     : bus_(bus), wantedAddress_(std::move(wantedAddress)) {}
 
 bool BluezClassicAdapter::isPowered() const {
@@ -46,14 +33,14 @@ std::vector<BluezDevice> BluezClassicAdapter::pairedDevices() const {
   return paired;
 }
 
-std::optional<BluezDevice> BluezClassicAdapter::known(const QString& address) const {
+std::optional<BluezDevice> BluezClassicAdapter::known(const std::string& address) const {
   const auto objects = bus_.objects();
   const auto* adapter = chosenFrom(objects);
   const auto* device = adapter ? objects.deviceWithAddress(adapter->path, address) : nullptr;
   return device ? std::optional(*device) : std::nullopt;
 }
 
-std::optional<BluezDevice> BluezClassicAdapter::inRange(const QString& address) const {
+std::optional<BluezDevice> BluezClassicAdapter::inRange(const std::string& address) const {
   const auto objects = bus_.objects();
   const auto* adapter = chosenFrom(objects);
   if (!adapter) return std::nullopt;
@@ -61,30 +48,31 @@ std::optional<BluezDevice> BluezClassicAdapter::inRange(const QString& address) 
   return discover(adapter->path, address);
 }
 
-std::optional<BluezDevice> BluezClassicAdapter::discover(const QString& adapterPath, const QString& address) const {
-  const QDeadlineTimer deadline(std::chrono::ceil<std::chrono::milliseconds>(discoveryLimit));
+std::optional<BluezDevice> BluezClassicAdapter::discover(const std::string& adapterPath,
+                                                         const std::string& address) const {
+  const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(discoveryLimit);
+  constexpr auto adapter = bluez::adapterInterface;
   BluezWatch watch(bus_);
-  const QVariantMap filter{{u"Transport"_s, u"bredr"_s}};
-  bus_.call(adapterPath, bluez::adapterInterface, u"SetDiscoveryFilter"_s, {filter}, remaining(deadline));
-  const auto started = bus_.call(adapterPath, bluez::adapterInterface, u"StartDiscovery"_s, {}, remaining(deadline));
-  if (!isSuccess(started) && !isInProgress(started)) return std::nullopt;
+  const auto filter = bus_.message(adapterPath, adapter, "SetDiscoveryFilter", "a{sv}", 1, "Transport", "s", "bredr");
+  bus_.call(filter, deadline - Clock::now());
+  const auto started = bus_.call(bus_.message(adapterPath, adapter, "StartDiscovery"), deadline - Clock::now());
+  if (!started.isSuccess() && !started.isInProgress()) return std::nullopt;
   auto found = awaitArrival(watch, adapterPath, address, deadline);
-  bus_.tell(adapterPath, bluez::adapterInterface, u"StopDiscovery"_s);
+  bus_.tell(bus_.message(adapterPath, adapter, "StopDiscovery"));
   return found;
 }
 
-std::optional<BluezDevice> BluezClassicAdapter::awaitArrival(BluezWatch& watch, const QString& adapterPath,
-                                                             const QString& address,
-                                                             const QDeadlineTimer& deadline) const {
+std::optional<BluezDevice> BluezClassicAdapter::awaitArrival(BluezWatch& watch, const std::string& adapterPath,
+                                                             const std::string& address, Deadline deadline) const {
   const auto hasNews = [&] { return watch.isOver() || watch.takeArrival(); };
   do {
     const auto objects = bus_.objects();
     if (const auto* device = objects.deviceWithAddress(adapterPath, address)) return *device;
-  } while (BluezBus::waitUntil(hasNews, remaining(deadline)) && !watch.isOver());
+  } while (bus_.waitUntil(hasNews, deadline - Clock::now()) && !watch.isOver());
   return std::nullopt;
 }
 
-bool BluezClassicAdapter::remove(const QString& address) const {
+bool BluezClassicAdapter::remove(const std::string& address) const {
   const auto objects = bus_.objects();
   const auto* adapter = chosenFrom(objects);
   if (!adapter) return false;
@@ -94,14 +82,13 @@ bool BluezClassicAdapter::remove(const QString& address) const {
 
 bool BluezClassicAdapter::removeObject(const BluezDevice& device) const {
   const BluezWatch watch(bus_);
-  const auto call = bus_.methodCall(device.adapterPath, bluez::adapterInterface, u"RemoveDevice"_s,
-                                    {QVariant::fromValue(QDBusObjectPath(device.path))});
+  const auto call = bus_.message(device.adapterPath, bluez::adapterInterface, "RemoveDevice", "o", device.path.c_str());
   const auto answer =
       bus_.callWithEvents(call, removalLimit, [&] { return watch.wasRemoved(device.path) || watch.isOver(); });
-  if (isSuccess(answer) || isDoesNotExist(answer)) return true;
+  if (answer.isSuccess() || answer.isDoesNotExist()) return true;
   // For a connected device the reply may never come although the device is gone. But an adapter that is unplugged and
   // a daemon that ends withdraw their devices too, and those keep their bonds.
-  return isUnanswered(answer) && isForgotten(device) && !watch.isOver();
+  return answer.isMissing() && isForgotten(device) && !watch.isOver();
 }
 
 bool BluezClassicAdapter::isForgotten(const BluezDevice& device) const {
@@ -112,12 +99,11 @@ bool BluezClassicAdapter::isForgotten(const BluezDevice& device) const {
 const BluezAdapter* BluezClassicAdapter::chosenFrom(const BluezObjects& objects) const {
   const auto& adapters = objects.adapters;
   const auto isWanted = [this](const BluezAdapter& adapter) {
-    return wantedAddress_.isEmpty() ? adapter.isPowered
-                                    : adapter.address.compare(wantedAddress_, Qt::CaseInsensitive) == 0;
+    return wantedAddress_.empty() ? adapter.isPowered : isSameAddress(adapter.address, wantedAddress_);
   };
   const auto found = std::find_if(adapters.begin(), adapters.end(), isWanted);
   if (found != adapters.end()) return &*found;
-  return wantedAddress_.isEmpty() && !adapters.empty() ? &adapters.front() : nullptr;
+  return wantedAddress_.empty() && !adapters.empty() ? &adapters.front() : nullptr;
 }
 
 }  // namespace zolvex

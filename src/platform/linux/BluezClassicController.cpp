@@ -3,10 +3,12 @@
 #include "platform/linux/BluezAddress.h"
 #include "platform/linux/BluezClassicDevice.h"
 
+#include <utility>
+
 namespace zolvex {
 
-BluezClassicController::BluezClassicController(const QDBusConnection& connection, const Options& options)
-    : bus_(connection, options.service),
+BluezClassicController::BluezClassicController(SdBusHandle bus, const Options& options)
+    : bus_(std::move(bus), options.service),
       // A text that is no address is kept: it then matches no adapter, as an adapter that is not there does.
       adapter_(bus_, bluezAddress(options.adapterAddress).value_or(options.adapterAddress)) {}
 
@@ -20,10 +22,8 @@ std::unique_ptr<BluetoothClassicDevice> BluezClassicController::deviceWithAddres
 
 std::vector<BluetoothClassicController::PairedDevice> BluezClassicController::pairedDevices() {
   std::vector<PairedDevice> paired;
-  for (const auto& device : adapter_.pairedDevices()) {
-    const auto name = device.name ? std::optional(device.name->toStdString()) : std::nullopt;
-    paired.push_back({printedAddress(device.address), name, device.isConnected});
-  }
+  for (const auto& device : adapter_.pairedDevices())
+    paired.push_back({printedAddress(device.address), device.name, device.isConnected});
   return paired;
 }
 

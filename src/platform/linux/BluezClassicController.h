@@ -3,24 +3,24 @@
 #include "bluetooth/worker/BluetoothClassicController.h"
 #include "platform/linux/BluezClassicAdapter.h"
 
-#include <QDBusConnection>
-#include <QString>
+#include <string>
 
 namespace zolvex {
 
 /// BlueZ as the worker's Bluetooth Classic stack. Without a bus, BlueZ or an adapter it is a controller that is off and
-/// has no devices. Owned by the worker; devices must not outlive it. The thread of the QCoreApplication.
+/// has no devices. Owned by the worker; devices must not outlive it. One thread.
 class BluezClassicController final : public BluetoothClassicController {
  public:
   struct Options {
     /// Bus name of BlueZ.
-    QString service = QStringLiteral("org.bluez");
+    std::string service = "org.bluez";
 
     /// Address of the adapter to use, in any notation; empty for the first one that is powered.
-    QString adapterAddress = {};
+    std::string adapterAddress = {};
   };
 
-  BluezClassicController(const QDBusConnection& connection, const Options& options);
+  /// `bus` may be none. Waits until it has taken us in, 5 s at the most.
+  BluezClassicController(SdBusHandle bus, const Options& options);
 
   bool isPoweredOn() override { return adapter_.isPowered(); }
   std::unique_ptr<BluetoothClassicDevice> deviceWithAddress(const std::string& address, Lookup lookup) override;

@@ -1,21 +1,20 @@
 #include "platform/linux/BluezClassicDevice.h"
 
-#include "platform/linux/BluezErrors.h"
 #include "platform/linux/BluezPairing.h"
-
-using namespace Qt::Literals::StringLiterals;
 
 namespace zolvex {
 
 bool BluezClassicDevice::isConnected() {
-  if (const auto connected = property(u"Connected"_s); connected.isValid()) return connected.toBool();
+  const auto property = bus_.deviceProperty(path_, "Connected");
+  if (const auto* connected = std::get_if<bool>(&property)) return *connected;
   const auto device = adapter_.known(address_);
   return device && device->isConnected;
 }
 
 int BluezClassicDevice::rssi() {
-  const auto reading = property(u"RSSI"_s);
-  return reading.isValid() ? reading.toInt() : noRssiReading;
+  const auto property = bus_.deviceProperty(path_, "RSSI");
+  const auto* reading = std::get_if<std::int64_t>(&property);
+  return reading ? static_cast<int>(*reading) : noRssiReading;
 }
 
 std::int32_t BluezClassicDevice::openConnection() {
@@ -32,23 +31,18 @@ std::int32_t BluezClassicDevice::openConnection() {
 
 std::int32_t BluezClassicDevice::connectPaired(const BluezDevice& device) const {
   // Lets the device come back by itself later. Without a lasting bond that would let it in as a stranger.
-  if (device.isBonded && !device.isTrusted) bus_.setProperty(path_, bluez::deviceInterface, u"Trusted"_s, true);
-  const auto answer = bus_.call(path_, bluez::deviceInterface, u"Connect"_s, {}, connectLimit);
-  if (isInProgress(answer)) return awaitRunningConnection();
-  return isAlreadyConnected(answer) ? ioReturn::success : ioReturnOf(answer);
+  if (device.isBonded && !device.isTrusted) bus_.setDeviceFlag(path_, "Trusted", true);
+  const auto answer = bus_.call(bus_.message(path_, bluez::deviceInterface, "Connect"), connectLimit);
+  if (answer.isInProgress()) return awaitRunningConnection();
+  return answer.isAlreadyConnected() ? ioReturn::success : answer.ioReturnStatus();
 }
 
 std::int32_t BluezClassicDevice::awaitRunningConnection() const {
   BluezWatch watch(bus_);
   watch.followDevice(path_);
-  const auto connected = u"Connected"_s;
-  if (property(connected).toBool()) return ioReturn::success;
-  BluezBus::waitUntil([&] { return watch.becameTrue(connected) || watch.isOver(); }, runningConnectionLimit);
-  return watch.becameTrue(connected) ? ioReturn::success : ioReturn::busy;
-}
-
-QVariant BluezClassicDevice::property(const QString& name) const {
-  return bus_.property(path_, bluez::deviceInterface, name);
+  if (bus_.deviceProperty(path_, "Connected") == BluezValue(true)) return ioReturn::success;
+  bus_.waitUntil([&] { return watch.becameTrue("Connected") || watch.isOver(); }, runningConnectionLimit);
+  return watch.becameTrue("Connected") ? ioReturn::success : ioReturn::busy;
 }
 
 }  // namespace zolvex

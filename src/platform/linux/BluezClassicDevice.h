@@ -3,12 +3,13 @@
 #include "bluetooth/worker/BluetoothClassicController.h"
 #include "platform/linux/BluezClassicAdapter.h"
 
-#include <QString>
+#include <cstdint>
+#include <string>
 
 namespace zolvex {
 
 /// One device on the chosen adapter, known by its address: its object path is looked up again whenever BlueZ may have
-/// changed it. Uses the controller's parts, which must outlive it. The thread of the QCoreApplication.
+/// changed it. Uses the controller's parts, which must outlive it. One thread.
 class BluezClassicDevice final : public BluetoothClassicDevice {
  public:
   /// Longer than BlueZ itself takes to give up.
@@ -26,14 +27,13 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   bool removePairing() override { return adapter_.remove(address_); }
 
  private:
-  QVariant property(const QString& name) const;
   std::int32_t connectPaired(const BluezDevice& device) const;
   std::int32_t awaitRunningConnection() const;
 
   const BluezBus& bus_;
   const BluezClassicAdapter& adapter_;
-  const QString address_;
-  QString path_;
+  const std::string address_;
+  std::string path_;
 };
 
 }  // namespace zolvex

@@ -1,26 +1,26 @@
 #pragma once
 
-#include <QDBusMessage>
-#include <QString>
+#include "platform/linux/BluezProperties.h"
 
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace zolvex {
 
 /// An adapter as BlueZ describes it (org.bluez.Adapter1).
 struct BluezAdapter {
-  QString path;
-  QString address;
+  std::string path;
+  std::string address;
   bool isPowered = false;
 };
 
 /// A device as BlueZ describes it (org.bluez.Device1).
 struct BluezDevice {
-  QString path;
-  QString adapterPath;
-  QString address;
-  std::optional<QString> name;  ///< The alias, else the name it has given itself.
+  std::string path;
+  std::string adapterPath;
+  std::string address;
+  std::optional<std::string> name;  ///< The alias, else the name it has given itself.
   bool isPaired = false;
   bool isBonded = false;  ///< The pairing will last. Older daemons do not tell; then it is `isPaired`.
   bool isTrusted = false;
@@ -32,12 +32,12 @@ struct BluezObjects {
   std::vector<BluezAdapter> adapters;
   std::vector<BluezDevice> devices;
 
-  /// From the answer to GetManagedObjects; empty when that is something else. Properties that are missing or of another
+  /// From the reply to GetManagedObjects; empty when that is something else. Properties that are missing or of another
   /// type than they should count as their default.
-  static BluezObjects fromReply(const QDBusMessage& reply);
+  static BluezObjects fromReply(sd_bus_message* reply);
 
-  const BluezAdapter* adapterAt(const QString& path) const;
-  const BluezDevice* deviceWithAddress(const QString& adapterPath, const QString& address) const;
+  const BluezAdapter* adapterAt(const std::string& path) const;
+  const BluezDevice* deviceWithAddress(const std::string& adapterPath, const std::string& address) const;
 };
 
 }  // namespace zolvex

@@ -1,9 +1,6 @@
 #include "platform/linux/BluezPairing.h"
 
 #include "bluetooth/worker/BluetoothClassicController.h"
-#include "platform/linux/BluezErrors.h"
-
-using namespace Qt::Literals::StringLiterals;
 
 namespace zolvex {
 
@@ -11,29 +8,29 @@ std::int32_t BluezPairing::pair(const BluezDevice& device) const {
   using Capability = BluezPairingAgent::Capability;
   auto current = device;
   auto answer = pairOffering(Capability::noInputNoOutput, current);
-  if (isAlreadyExists(answer)) {
+  if (answer.isAlreadyExists()) {
     const auto fresh = foundAnew(current);
     if (!fresh) return ioReturn::noDevice;
     if (fresh->isPaired) return ioReturn::success;
     current = *fresh;
     answer = pairOffering(Capability::noInputNoOutput, current);
   }
-  if (isAuthenticationRefused(answer)) answer = pairOffering(Capability::keyboardDisplay, current);
-  return isInProgress(answer) ? awaitRunningPairing(current) : ioReturnOf(answer);
+  if (answer.isAuthenticationRefused()) answer = pairOffering(Capability::keyboardDisplay, current);
+  return answer.isInProgress() ? awaitRunningPairing(current) : answer.ioReturnStatus();
 }
 
-QDBusMessage BluezPairing::pairOffering(BluezPairingAgent::Capability capability, const BluezDevice& device) const {
+BluezAnswer BluezPairing::pairOffering(BluezPairingAgent::Capability capability, const BluezDevice& device) const {
   BluezPairingAgent agent(bus_, device, capability);
   // Without an agent of ours BlueZ would ask another program's.
-  if (const auto answer = agent.registerAtDaemon(); !isSuccess(answer)) return answer;
-  const auto call = bus_.methodCall(device.path, bluez::deviceInterface, u"Pair"_s);
+  if (auto answer = agent.registerAtDaemon(); !answer.isSuccess()) return answer;
+  const auto call = bus_.message(device.path, bluez::deviceInterface, "Pair");
   return bus_.callWithEvents(call, pairLimit, [] { return false; });
 }
 
 /// BlueZ says that the device is paired: somebody may have been faster, or only BlueZ thinks so, and then it has to
 /// forget the device first.
 std::optional<BluezDevice> BluezPairing::foundAnew(const BluezDevice& device) const {
-  const auto current = adapter_.known(device.address);
+  auto current = adapter_.known(device.address);
   if (current && current->isPaired) return current;
   if (!adapter_.remove(device.address)) return std::nullopt;
   return adapter_.inRange(device.address);
@@ -42,10 +39,9 @@ std::optional<BluezDevice> BluezPairing::foundAnew(const BluezDevice& device) co
 std::int32_t BluezPairing::awaitRunningPairing(const BluezDevice& device) const {
   BluezWatch watch(bus_);
   watch.followDevice(device.path);
-  const auto paired = u"Paired"_s;
-  if (bus_.property(device.path, bluez::deviceInterface, paired).toBool()) return ioReturn::success;
-  BluezBus::waitUntil([&] { return watch.becameTrue(paired) || watch.isOver(); }, runningPairingLimit);
-  return watch.becameTrue(paired) ? ioReturn::success : ioReturn::busy;
+  if (bus_.deviceProperty(device.path, "Paired") == BluezValue(true)) return ioReturn::success;
+  bus_.waitUntil([&] { return watch.becameTrue("Paired") || watch.isOver(); }, runningPairingLimit);
+  return watch.becameTrue("Paired") ? ioReturn::success : ioReturn::busy;
 }
 
 }  // namespace zolvex

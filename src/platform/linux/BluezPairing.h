@@ -10,7 +10,7 @@ namespace zolvex {
 
 /// One pairing of one device, with an agent of its own: without asking the user first; with a passkey to be typed on
 /// the device when that is refused; anew, when BlueZ has only half of a bond. A pairing that somebody else has begun is
-/// waited for. The thread of the QCoreApplication.
+/// waited for. One thread.
 class BluezPairing {
  public:
   /// Longer than BlueZ itself takes to give up.
@@ -25,7 +25,7 @@ class BluezPairing {
   std::int32_t pair(const BluezDevice& device) const;
 
  private:
-  QDBusMessage pairOffering(BluezPairingAgent::Capability capability, const BluezDevice& device) const;
+  BluezAnswer pairOffering(BluezPairingAgent::Capability capability, const BluezDevice& device) const;
   std::optional<BluezDevice> foundAnew(const BluezDevice& device) const;
   std::int32_t awaitRunningPairing(const BluezDevice& device) const;
 

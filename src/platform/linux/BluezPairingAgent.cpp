@@ -1,26 +1,31 @@
 #include "platform/linux/BluezPairingAgent.h"
 
-#include "platform/linux/PasskeyNotification.h"
-
-#include <QDBusObjectPath>
-
-using namespace Qt::Literals::StringLiterals;
+#include <cstdint>
+#include <string_view>
+#include <utility>
 
 namespace zolvex {
 
 namespace {
 
-const auto agentPath = u"/quenmar/zolvex/agent"_s;
-const auto agentInterface = u"org.bluez.Agent1"_s;
+constexpr auto agentPath = "/quenmar/zolvex/agent";
+constexpr auto agentInterface = "org.bluez.Agent1";
 
-constexpr int passkeyDigits = 6;
-
-QString literalOf(BluezPairingAgent::Capability capability) {
-  return capability == BluezPairingAgent::Capability::noInputNoOutput ? u"NoInputNoOutput"_s : u"KeyboardDisplay"_s;
+const char* literalOf(BluezPairingAgent::Capability capability) {
+  return capability == BluezPairingAgent::Capability::noInputNoOutput ? "NoInputNoOutput" : "KeyboardDisplay";
 }
 
-QString digitsOf(const QVariant& passkey) {
-  return QString::number(passkey.toUInt()).rightJustified(passkeyDigits, u'0');
+/// The code that comes with a request to show one: a text, or a number of six digits.
+std::string codeIn(sd_bus_message* question) {
+  constexpr std::size_t passkeyDigits = 6;
+  sd_bus_message_rewind(question, 1);
+  sd_bus_message_skip(question, "o");
+  const char* text = nullptr;
+  if (sd_bus_message_read_basic(question, SD_BUS_TYPE_STRING, &text) > 0) return text;
+  std::uint32_t number = 0;
+  sd_bus_message_read_basic(question, SD_BUS_TYPE_UINT32, &number);
+  const auto digits = std::to_string(number);
+  return digits.size() < passkeyDigits ? std::string(passkeyDigits - digits.size(), '0') + digits : digits;
 }
 
 }  // namespace
@@ -29,53 +34,44 @@ BluezPairingAgent::BluezPairingAgent(const BluezBus& bus, const BluezDevice& dev
     : bus_(bus), device_(device), capability_(capability) {}
 
 BluezPairingAgent::~BluezPairingAgent() {
-  const auto path = QVariant::fromValue(QDBusObjectPath(agentPath));
-  bus_.tell(bluez::rootPath, bluez::agentManagerInterface, u"UnregisterAgent"_s, {path});
-  auto connection = bus_.connection();
-  connection.unregisterObject(agentPath);
+  bus_.tell(bus_.message(bluez::rootPath, bluez::agentManagerInterface, "UnregisterAgent", "o", agentPath));
 }
 
-QDBusMessage BluezPairingAgent::registerAtDaemon() {
+BluezAnswer BluezPairingAgent::registerAtDaemon() {
   daemon_ = bus_.owner();
-  auto connection = bus_.connection();
-  connection.registerVirtualObject(agentPath, this);
-  return bus_.call(bluez::rootPath, bluez::agentManagerInterface, u"RegisterAgent"_s,
-                   {QVariant::fromValue(QDBusObjectPath(agentPath)), literalOf(capability_)});
+  const auto handler = [](sd_bus_message* message, void* agent, sd_bus_error*) {
+    return static_cast<BluezPairingAgent*>(agent)->answer(message);
+  };
+  sd_bus_slot* slot = nullptr;
+  if (bus_.handle() && sd_bus_add_object(bus_.handle(), &slot, agentPath, handler, this) >= 0) object_.reset(slot);
+  return bus_.call(bus_.message(bluez::rootPath, bluez::agentManagerInterface, "RegisterAgent", "os", agentPath,
+                                literalOf(capability_)));
 }
 
-QString BluezPairingAgent::introspect(const QString&) const {
-  return {};
-}
-
-bool BluezPairingAgent::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
-  if (message.type() != QDBusMessage::MethodCallMessage || message.interface() != agentInterface) return false;
-  const auto answer = answerTo(message);
-  if (message.isReplyRequired()) connection.send(answer);
-  return true;
-}
-
-QDBusMessage BluezPairingAgent::answerTo(const QDBusMessage& question) {
-  const auto member = question.member();
-  if (member == "Release"_L1 || member == "Cancel"_L1) return question.createReply();
-  const bool shows = member == "DisplayPasskey"_L1 || member == "DisplayPinCode"_L1;
+int BluezPairingAgent::answer(sd_bus_message* question) {
+  const auto is = [question](const char* member) {
+    return sd_bus_message_is_method_call(question, agentInterface, member) > 0;
+  };
+  if (is("Release") || is("Cancel")) return sd_bus_reply_method_return(question, "");
+  const bool shows = is("DisplayPasskey") || is("DisplayPinCode");
   // Whoever asked for the connection has agreed to it, and there is nobody to ask again.
-  const bool agrees =
-      member == "RequestConfirmation"_L1 || member == "RequestAuthorization"_L1 || member == "AuthorizeService"_L1;
+  const bool agrees = is("RequestConfirmation") || is("RequestAuthorization") || is("AuthorizeService");
   if (!concernsUs(question) || !(shows || agrees))
-    return question.createErrorReply(u"org.bluez.Error.Rejected"_s, u"Not for this agent"_s);
-  const auto code = question.arguments().value(1);
-  if (shows) show(member == "DisplayPasskey"_L1 ? digitsOf(code) : code.toString());
-  return question.createReply();
+    return sd_bus_reply_method_errorf(question, "org.bluez.Error.Rejected", "Not for this agent");
+  if (shows) show(codeIn(question));
+  return sd_bus_reply_method_return(question, "");
 }
 
-bool BluezPairingAgent::concernsUs(const QDBusMessage& question) const {
-  return question.service() == daemon_ && question.arguments().value(0).value<QDBusObjectPath>().path() == device_.path;
+bool BluezPairingAgent::concernsUs(sd_bus_message* question) const {
+  const char* sender = sd_bus_message_get_sender(question);
+  const char* path = nullptr;
+  return sender && sender == daemon_ && sd_bus_message_read_basic(question, SD_BUS_TYPE_OBJECT_PATH, &path) > 0 &&
+         path == device_.path;
 }
 
-void BluezPairingAgent::show(const QString& passkey) {
+void BluezPairingAgent::show(const std::string& passkey) {
   // BlueZ tells the passkey again with each digit that is typed.
-  if (std::exchange(shown_, passkey) != passkey)
-    showPasskeyNotification(device_.name.value_or(device_.address), passkey);
+  if (std::exchange(shown_, passkey) != passkey) notification_.show(device_.name.value_or(device_.address), passkey);
 }
 
 }  // namespace zolvex

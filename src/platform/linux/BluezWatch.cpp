@@ -1,48 +1,71 @@
 #include "platform/linux/BluezWatch.h"
 
-using namespace Qt::Literals::StringLiterals;
+#include <string_view>
 
 namespace zolvex {
 
-// No match names a service by its well-known name: QtDBus would then ask for its owner in a way that aborts the process
-// when the bus has just gone.
-BluezWatch::BluezWatch(const BluezBus& bus) : connection_(bus.connection()), owner_(bus.owner()) {
-  const auto daemon = u"org.freedesktop.DBus"_s;
-  const auto local = u"org.freedesktop.DBus.Local"_s;
-  const auto manager = u"org.freedesktop.DBus.ObjectManager"_s;
-  connection_.connect({}, u"/org/freedesktop/DBus/Local"_s, local, u"Disconnected"_s, this, SLOT(onDisconnected()));
-  connection_.connect({}, u"/org/freedesktop/DBus"_s, daemon, u"NameOwnerChanged"_s, {owner_}, {}, this,
-                      SLOT(onOwnerChanged()));
-  connection_.connect(owner_, u"/"_s, manager, u"InterfacesAdded"_s, this, SLOT(onInterfacesAdded()));
-  connection_.connect(owner_, u"/"_s, manager, u"InterfacesRemoved"_s, this,
-                      SLOT(onInterfacesRemoved(QDBusObjectPath, QStringList)));
+namespace {
+
+std::string signalRule(const std::string& sender, const std::string& path, const std::string& interface,
+                       const std::string& member) {
+  return "type='signal',sender='" + sender + "',path='" + path + "',interface='" + interface + "',member='" + member +
+         "'";
+}
+
+}  // namespace
+
+// The matches name the daemon by its unique name: what another one announces later is not meant.
+BluezWatch::BluezWatch(const BluezBus& bus) : bus_(bus), owner_(bus.owner()), isOver_(owner_.empty()) {
+  if (isOver_) return;
+  const std::string manager = "org.freedesktop.DBus.ObjectManager";
+  const std::string daemon = "org.freedesktop.DBus";
+  match<&BluezWatch::onOwnerChanged>(signalRule(daemon, "/org/freedesktop/DBus", daemon, "NameOwnerChanged") +
+                                     ",arg0='" + owner_ + "'");
+  match<&BluezWatch::onInterfacesAdded>(signalRule(owner_, "/", manager, "InterfacesAdded"));
+  match<&BluezWatch::onInterfacesRemoved>(signalRule(owner_, "/", manager, "InterfacesRemoved"));
   // It may have ended before the match was in place.
-  isOver_ = owner_.isEmpty() || bus.owner() != owner_;
+  isOver_ = bus.owner() != owner_;
 }
 
-void BluezWatch::followDevice(const QString& path) {
-  connection_.connect(owner_, path, u"org.freedesktop.DBus.Properties"_s, u"PropertiesChanged"_s, this,
-                      SLOT(onPropertiesChanged(QString, QVariantMap)));
+void BluezWatch::followDevice(const std::string& path) {
+  match<&BluezWatch::onPropertiesChanged>(
+      signalRule(owner_, path, "org.freedesktop.DBus.Properties", "PropertiesChanged"));
 }
 
-void BluezWatch::onInterfacesAdded() {
+template <BluezWatch::Handler handler>
+void BluezWatch::match(const std::string& rule) {
+  const auto callback = [](sd_bus_message* message, void* watch, sd_bus_error*) {
+    (static_cast<BluezWatch*>(watch)->*handler)(message);
+    return 0;
+  };
+  sd_bus_slot* slot = nullptr;
+  if (bus_.handle() && sd_bus_add_match_async(bus_.handle(), &slot, rule.c_str(), callback, nullptr, this) >= 0)
+    matches_.emplace_back(slot);
+}
+
+void BluezWatch::onInterfacesAdded(sd_bus_message*) {
   arrived_ = true;
 }
 
-void BluezWatch::onInterfacesRemoved(const QDBusObjectPath& path, const QStringList& interfaces) {
-  if (interfaces.contains(bluez::deviceInterface)) removed_.insert(path.path());
+void BluezWatch::onInterfacesRemoved(sd_bus_message* announcement) {
+  const char* path = nullptr;
+  if (sd_bus_message_read_basic(announcement, SD_BUS_TYPE_OBJECT_PATH, &path) <= 0) return;
+  if (sd_bus_message_enter_container(announcement, SD_BUS_TYPE_ARRAY, "s") <= 0) return;
+  const char* interface = nullptr;
+  while (sd_bus_message_read_basic(announcement, SD_BUS_TYPE_STRING, &interface) > 0)
+    if (std::string_view(interface) == bluez::deviceInterface) removed_.insert(path);
 }
 
-void BluezWatch::onPropertiesChanged(const QString& interface, const QVariantMap& changed) {
-  if (interface == bluez::deviceInterface) changed_.insert(changed);
+void BluezWatch::onPropertiesChanged(sd_bus_message* announcement) {
+  const char* interface = nullptr;
+  BluezProperties properties;
+  if (sd_bus_message_read_basic(announcement, SD_BUS_TYPE_STRING, &interface) <= 0) return;
+  if (std::string_view(interface) == bluez::deviceInterface && properties.read(announcement))
+    changed_.merge(std::move(properties));
 }
 
-void BluezWatch::onOwnerChanged() {
+void BluezWatch::onOwnerChanged(sd_bus_message*) {
   isOver_ = true;  // a unique name changes only by its end
-}
-
-void BluezWatch::onDisconnected() {
-  isOver_ = true;
 }
 
 }  // namespace zolvex

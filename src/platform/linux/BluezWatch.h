@@ -2,54 +2,52 @@
 
 #include "platform/linux/BluezBus.h"
 
-#include <QDBusConnection>
-#include <QDBusObjectPath>
-#include <QObject>
-#include <QSet>
-#include <QString>
-#include <QStringList>
-#include <QVariantMap>
-
+#include <set>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace zolvex {
 
 /// Notes what BlueZ announces while it lives: for one operation that has to see an announcement which may come before
-/// the answer to its call. The thread of the QCoreApplication.
-class BluezWatch final : public QObject {
-  Q_OBJECT
-
+/// the answer to its call. It hears only while the bus handles events. One thread.
+class BluezWatch {
  public:
   explicit BluezWatch(const BluezBus& bus);
+  BluezWatch(const BluezWatch&) = delete;
 
   /// Also notes the property changes of this device.
-  void followDevice(const QString& path);
+  void followDevice(const std::string& path);
 
-  /// BlueZ or the bus went away. What comes after that is another life of BlueZ.
+  /// BlueZ went away. What comes after that is another life of BlueZ.
   bool isOver() const { return isOver_; }
 
-  bool wasRemoved(const QString& path) const { return removed_.contains(path); }
+  bool wasRemoved(const std::string& path) const { return removed_.contains(path); }
 
   /// Whether an object was announced since the last call of this.
   bool takeArrival() { return std::exchange(arrived_, false); }
 
-  /// Whether a device property was announced to have become true.
-  bool becameTrue(const QString& property) const { return changed_.value(property).toBool(); }
-
- private Q_SLOTS:
-  void onInterfacesAdded();
-  void onInterfacesRemoved(const QDBusObjectPath& path, const QStringList& interfaces);
-  void onPropertiesChanged(const QString& interface, const QVariantMap& changed);
-  void onOwnerChanged();
-  void onDisconnected();
+  /// Whether a flag of the followed device was announced to have become true.
+  bool becameTrue(const char* flag) const { return changed_.flag(flag); }
 
  private:
-  QDBusConnection connection_;
-  const QString owner_;  ///< Unique bus name of the BlueZ that is watched.
+  using Handler = void (BluezWatch::*)(sd_bus_message* announcement);
+
+  template <Handler handler>
+  void match(const std::string& rule);
+
+  void onInterfacesAdded(sd_bus_message* announcement);
+  void onInterfacesRemoved(sd_bus_message* announcement);
+  void onPropertiesChanged(sd_bus_message* announcement);
+  void onOwnerChanged(sd_bus_message* announcement);
+
+  const BluezBus& bus_;
+  const std::string owner_;  ///< Unique bus name of the BlueZ that is watched.
   bool isOver_ = false;
   bool arrived_ = false;
-  QSet<QString> removed_;
-  QVariantMap changed_;
+  std::set<std::string> removed_;
+  BluezProperties changed_;
+  std::vector<SdBusSlot> matches_;
 };
 
 }  // namespace zolvex

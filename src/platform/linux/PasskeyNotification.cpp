@@ -1,42 +1,42 @@
 #include "platform/linux/PasskeyNotification.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QFile>
-#include <QStringList>
-#include <QVariantMap>
+#include "platform/linux/SdBus.h"
 
+#include <cstdint>
 #include <thread>
-
-using namespace Qt::Literals::StringLiterals;
+#include <utility>
 
 namespace zolvex {
 
 namespace {
 
-/// Without a bus of the session the message library would try to start one.
-bool hasSessionBus() {
-  return qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS") ||
-         QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + u"/bus"_s);
-}
-
-void notify(const QString& title, const QString& text) {
-  const auto connection = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"zolvex-passkey"_s);
-  const auto service = u"org.freedesktop.Notifications"_s;
-  auto call = QDBusMessage::createMethodCall(service, u"/org/freedesktop/Notifications"_s, service, u"Notify"_s);
-  constexpr uint replacesNothing = 0;
-  constexpr int usualTime = -1;
-  call.setArguments({u"Zolvex"_s, replacesNothing, QString(), title, text, QStringList(), QVariantMap(), usualTime});
-  connection.send(call);
+void notify(const std::string& title, const std::string& text) {
+  sd_bus* opened = nullptr;
+  if (sd_bus_open_user(&opened) < 0) return;
+  const SdBusHandle bus(opened);
+  constexpr auto service = "org.freedesktop.Notifications";
+  constexpr std::uint32_t replacesNothing = 0;
+  constexpr int nothing = 0;
+  constexpr std::int32_t usualTime = -1;
+  sd_bus_call_method(bus.get(), service, "/org/freedesktop/Notifications", service, "Notify", nullptr, nullptr,
+                     "susssasa{sv}i", "Zolvex", replacesNothing, "", title.c_str(), text.c_str(), nothing, nothing,
+                     usualTime);
 }
 
 }  // namespace
 
-void showPasskeyNotification(const QString& deviceName, const QString& passkey) {
-  if (!hasSessionBus()) return;
-  const auto title = u"Pairing %1"_s.arg(deviceName);
-  const auto text = u"Type %1 on the device, then press Return."_s.arg(passkey);
-  std::thread([title, text] { notify(title, text); }).detach();
+PasskeyNotification::~PasskeyNotification() {
+  if (sent_.valid()) sent_.wait_for(sendLimit);
+}
+
+void PasskeyNotification::show(const std::string& deviceName, const std::string& passkey) {
+  std::promise<void> done;
+  sent_ = done.get_future();
+  std::thread([done = std::move(done), title = "Pairing " + deviceName,
+               text = "Type " + passkey + " on the device, then press Return."]() mutable {
+    notify(title, text);
+    done.set_value();
+  }).detach();
 }
 
 }  // namespace zolvex
