@@ -20,6 +20,7 @@ bool BluezHost::diesOf(const QString& address) {
 void BluezHost::after(BluezTiming::Duration delay, QObject* context, std::function<void()> step) {
   auto* timer = new QTimer(context);
   timer->setSingleShot(true);
+  timer->setTimerType(Qt::PreciseTimer);
   QObject::connect(timer, &QTimer::timeout, context, [timer, step = std::move(step)] {
     timer->deleteLater();
     step();

@@ -43,6 +43,7 @@ Desktop::Desktop(Radio& radio, const QString& name, BluezTiming timing)
 
 Desktop::~Desktop() {
   stop();
+  QDir(directory()).removeRecursively();
 }
 
 QString Desktop::directory() const {

@@ -23,15 +23,18 @@ QString Network::namespaceFile(const QString& computer) {
   return u"/run/netns/"_s + hostName(computer);
 }
 
+Network::~Network() {
+  for (const auto& host : hosts_) runIp({u"netns del %1"_s.arg(host)});
+}
+
 bool Network::build(const QStringList& computers) {
-  QStringList hosts;
-  for (const auto& computer : computers) hosts.append(hostName(computer));
+  for (const auto& computer : computers) hosts_.append(hostName(computer));
   QStringList commands;
-  for (const auto& host : hosts) commands.append(u"netns add %1"_s.arg(host));
+  for (const auto& host : hosts_) commands.append(u"netns add %1"_s.arg(host));
   int number = 0;
-  for (int first = 0; first < hosts.size(); ++first)
-    for (int second = first + 1; second < hosts.size(); ++second) commands += cable(hosts, first, second, number++);
-  for (const auto& host : hosts) commands.append(u"-n %1 link set lo up"_s.arg(host));
+  for (int first = 0; first < hosts_.size(); ++first)
+    for (int second = first + 1; second < hosts_.size(); ++second) commands += cable(hosts_, first, second, number++);
+  for (const auto& host : hosts_) commands.append(u"-n %1 link set lo up"_s.arg(host));
   return runIp(commands);
 }
 

@@ -6,9 +6,12 @@
 namespace zolvex::lab {
 
 /// The network between the computers of a world: a network namespace each, a virtual cable between every two, since
-/// neither bridges nor dummy links can be relied on. Lives in the sandbox, which also takes it down.
+/// neither bridges nor dummy links can be relied on. Lives in the sandbox and goes with this object.
 class Network {
  public:
+  Network() = default;
+  ~Network();
+
   /// False when it cannot be built; errorString() says why.
   bool build(const QStringList& computers);
 
@@ -24,6 +27,7 @@ class Network {
   bool runIp(const QStringList& commands);
   static QStringList cable(const QStringList& hosts, int first, int second, int number);
 
+  QStringList hosts_;
   QString error_;
 };
 

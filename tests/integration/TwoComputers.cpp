@@ -77,6 +77,10 @@ bool TwoComputers::waitForState(Desktop& desktop, const char* state, std::chrono
   return waitUntil([&] { return desktop.control().ownershipState() == QLatin1String(state); }, limit);
 }
 
+bool TwoComputers::waitForResult(Desktop& desktop, const char* lastResult, std::chrono::milliseconds limit) {
+  return waitUntil([&] { return desktop.control().lastResult() == QLatin1String(lastResult); }, limit);
+}
+
 bool TwoComputers::waitForLog(Desktop& desktop, const QString& part, std::chrono::milliseconds limit) {
   return waitUntil([&] { return logged(desktop, part) > 0; }, limit);
 }

@@ -32,6 +32,7 @@ class TwoComputers : public testing::Test {
     return world.waitUntil(condition, limit);
   }
   bool waitForState(Desktop& desktop, const char* state, std::chrono::milliseconds limit = quick);
+  bool waitForResult(Desktop& desktop, const char* lastResult, std::chrono::milliseconds limit = quick);
 
   /// Waits for a line in a computer's log.
   bool waitForLog(Desktop& desktop, const QString& part, std::chrono::milliseconds limit = quick);
