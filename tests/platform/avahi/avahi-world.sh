@@ -38,10 +38,14 @@ unshare --net --mount sh -c 'mount -t tmpfs tmpfs /run/avahi-daemon; touch /run/
 other=$!
 until [ -e /run/other ]; do sleep 0.01; done
 
+in_other() { nsenter --target "$other" --net --mount "$@"; }
+
 ip link add cable0 type veth peer name cable1 netns "$other"
+# Without looking for duplicates first the IPv6 addresses are there as soon as the cable is up.
+echo 0 > /proc/sys/net/ipv6/conf/cable0/accept_dad || true
+in_other sh -c 'echo 0 > /proc/sys/net/ipv6/conf/cable1/accept_dad || true'
 ip addr add 10.77.0.1/24 dev cable0
 ip link set cable0 up
-in_other() { nsenter --target "$other" --net --mount "$@"; }
 in_other ip addr add 10.77.0.2/24 dev cable1
 in_other ip link set cable1 up
 
