@@ -106,9 +106,10 @@ QString ControlObject::introspect(const QString&) const {
 }
 
 bool ControlObject::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
-  if (message.interface() == propertiesInterface)
+  const auto interface = message.interface();
+  if (interface == propertiesInterface)
     callProperties(message, connection);
-  else if (message.interface() == interfaceName || methods_.contains(message.member()))
+  else if (interface == interfaceName || (interface.isEmpty() && methods_.contains(message.member())))
     callMethod(message, connection);
   else
     return false;

@@ -9,8 +9,8 @@
 
 namespace zolvex::test {
 
-/// A bus service made of one function: every call to any object below "/" is noted and answered by `answer`.
-/// It has a connection of its own, which ends with it.
+/// A bus service made of one function: every call to any object below "/" is noted and answered by `answer`,
+/// or never when that gives an empty message. It has a connection of its own, which ends with it.
 class ScriptedService final : public QDBusVirtualObject {
  public:
   using Answer = std::function<QDBusMessage(const QDBusMessage& call)>;
@@ -29,7 +29,8 @@ class ScriptedService final : public QDBusVirtualObject {
   QString introspect(const QString&) const override { return {}; }
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
     calls_.push_back(message);
-    connection.send(answer_(message));
+    const auto reply = answer_(message);
+    if (reply.type() != QDBusMessage::InvalidMessage) connection.send(reply);
     return true;
   }
 

@@ -14,13 +14,16 @@ namespace zolvex::control {
 namespace {
 
 constexpr auto connectionName = "zolvexctl"_L1;
-const auto notRunning = u"Zolvex is not running. Start it with: zolvex"_s;
+
+QString notRunning() {
+  return u"Zolvex is not running. Start it with: zolvex"_s;
+}
 
 ZolvexClient::Failure failureOf(const QDBusMessage& reply) {
-  if (reply.errorName() == "org.freedesktop.DBus.Error.NameHasNoOwner"_L1) return {true, notRunning, {}};
+  if (reply.errorName() == "org.freedesktop.DBus.Error.NameHasNoOwner"_L1) return {true, notRunning(), {}};
   switch (QDBusError(reply).type()) {
     case QDBusError::ServiceUnknown:
-      return {true, notRunning, {}};
+      return {true, notRunning(), {}};
     case QDBusError::NoReply:
     case QDBusError::Timeout:
     case QDBusError::TimedOut:

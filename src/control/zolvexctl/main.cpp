@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <variant>
 #include <vector>
@@ -26,5 +27,8 @@ int main(int argc, char** argv) {
     return exitStatus::done;
   }
   QCoreApplication application(argc, argv);
-  return Commands().run(invocation);
+  const int status = Commands().run(invocation);
+  // Without taking static objects apart: Qt's bus thread may be handling a late message that needs them.
+  std::fflush(nullptr);
+  std::_Exit(status);
 }
