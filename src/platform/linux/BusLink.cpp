@@ -4,6 +4,7 @@
 #include "platform/linux/BusAddress.h"
 
 #include <QDBusError>
+#include <QFile>
 
 #include <atomic>
 #include <mutex>
@@ -20,6 +21,14 @@ constexpr Logger logger("MessageBus");
 
 std::string addressOf(BusLink::Bus bus) {
   return bus == BusLink::Bus::system ? systemBusAddress() : sessionBusAddress();
+}
+
+/// Whether the address is that of a socket file that does not exist: a look that costs less than an attempt.
+bool isPlainlyMissing(const QString& address) {
+  constexpr auto prefix = "unix:path="_L1;
+  if (!address.startsWith(prefix)) return false;
+  const auto path = address.mid(prefix.size()).section(u',', 0, 0);
+  return !path.contains(u'%') && !address.contains(u';') && !QFile::exists(path);
 }
 
 QString freshConnectionName() {
@@ -62,6 +71,7 @@ void BusLink::start() {
 
 void BusLink::attempt() {
   const auto address = QString::fromStdString(bus_ ? addressOf(*bus_) : address_);
+  if (isPlainlyMissing(address)) return missing("there is nothing at " + address.toStdString());
   const auto attempt = std::make_shared<Attempt>();
   attempt->mainQueue = &mainQueue_;
   attempt_ = attempt;
@@ -76,11 +86,7 @@ void BusLink::attempt() {
 
 void BusLink::attemptEnded(Attempt& attempt) {
   attempt_ = nullptr;
-  if (!attempt.error.isEmpty()) {
-    if (!std::exchange(missingLogged_, true))
-      logger.error("no {} yet, waiting for it: {}", name_, attempt.error.toStdString());
-    return scheduleAttempt();
-  }
+  if (!attempt.error.isEmpty()) return missing(attempt.error.toStdString());
   attempt.isTaken = true;
   connection_.emplace(attempt.connectionName);
   connection_->connect(QString(), u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s, u"Disconnected"_s,
@@ -89,6 +95,11 @@ void BusLink::attemptEnded(Attempt& attempt) {
   missingLogged_ = false;
   logger.info("connected to the {}", name_);
   arrived.emit();
+}
+
+void BusLink::missing(const std::string& error) {
+  if (!std::exchange(missingLogged_, true)) logger.error("no {} yet, waiting for it: {}", name_, error);
+  scheduleAttempt();
 }
 
 void BusLink::scheduleAttempt() {

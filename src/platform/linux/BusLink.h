@@ -51,6 +51,7 @@ class BusLink final : public QObject {
 
   void attempt();
   void attemptEnded(Attempt& attempt);
+  void missing(const std::string& error);
   void scheduleAttempt();
   void drop();
 
