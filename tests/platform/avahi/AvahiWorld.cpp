@@ -18,7 +18,7 @@ constexpr int patienceMilliseconds = 20'000;
 
 QStringList namespaceOptions() {
   QStringList options{u"--net"_s, u"--mount"_s, u"--pid"_s, u"--fork"_s, u"--mount-proc"_s, u"--kill-child"_s};
-  if (::geteuid() != 0) options << u"--user"_s << u"--map-root-user"_s;
+  if (::geteuid() != 0) options << u"--user"_s << u"--map-current-user"_s << u"--keep-caps"_s;
   return options;
 }
 

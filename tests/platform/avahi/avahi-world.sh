@@ -1,6 +1,8 @@
 #!/bin/sh
 # Two computers with one network cable between them, in namespaces of their own; each gets an avahi-daemon.
-# Run as: unshare --net --mount --pid --fork --mount-proc --kill-child [--user --map-root-user] avahi-world.sh BUS0 BUS1
+# Run as: unshare --net --mount --pid --fork --mount-proc --kill-child avahi-world.sh BUS0 BUS1
+# and by an ordinary user with --user --map-current-user --keep-caps, too: the buses are outside and must see the user
+# that they know.
 # Commands on standard input: "start N", "stop N", "unplug", "plug". Each is answered with a line "done".
 # Everything ends with this script.
 set -eu
@@ -13,9 +15,9 @@ pid1=
 mount -t tmpfs tmpfs /run
 mkdir /run/avahi-daemon
 
-# The daemon gives its directory to the user avahi; in a user namespace only root exists.
-sed 's/^\(avahi:[^:]*\):[0-9]*:[0-9]*:/\1:0:0:/' /etc/passwd > /run/passwd
-sed 's/^\(avahi:[^:]*\):[0-9]*:/\1:0:/' /etc/group > /run/group
+# The daemon gives its directory to the user avahi, which must be one that exists in this user namespace.
+sed "s/^\(avahi:[^:]*\):[0-9]*:[0-9]*:/\1:$(id -u):$(id -g):/" /etc/passwd > /run/passwd
+sed "s/^\(avahi:[^:]*\):[0-9]*:/\1:$(id -g):/" /etc/group > /run/group
 mount --bind /run/passwd /etc/passwd
 mount --bind /run/group /etc/group
 
