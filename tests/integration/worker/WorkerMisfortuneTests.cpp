@@ -108,6 +108,23 @@ TEST_F(WorkerMisfortune, aHangingPairingEndsWithTheWorkerAndTheNextRunSucceeds) 
   EXPECT_EQ(connect(mouse).exitStatus, 0);
 }
 
+// The second one is told that a pairing, or a connection, is in progress, and waits for its end.
+TEST_F(WorkerMisfortune, aPairingOfAnotherProgramIsWaitedFor) {
+  bluez->setLatency(std::chrono::milliseconds(300));
+  QProcess second;
+  afterAnswer(u"RegisterAgent"_s, 1, [&] {
+    second.setProcessEnvironment(environment);
+    second.start(QStringLiteral(ZOLVEX_PROGRAM), {u"--zolvex-bluetooth-worker"_s, u"connect"_s});
+    second.write(printed(mouse));
+    second.closeWriteChannel();
+  });
+  EXPECT_EQ(connect(mouse).exitStatus, 0);
+  ASSERT_TRUE(runUntil([&] { return second.state() == QProcess::NotRunning; }));
+  EXPECT_EQ(second.exitCode(), 0);
+  EXPECT_EQ(second.readAllStandardOutput().count("Attempt 2"), 0);
+  EXPECT_EQ(connectedTo(mouse), laptop);
+}
+
 // Nobody would stop a worker that hangs when the program that started it was killed.
 TEST_F(WorkerMisfortune, anOrphanEndsByItself) {
   inject(u"hangs-on-pair"_s);
