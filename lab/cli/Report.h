@@ -5,7 +5,6 @@
 #include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
-#include <QSet>
 
 namespace zolvex::lab {
 

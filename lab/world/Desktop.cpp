@@ -94,8 +94,6 @@ QProcessEnvironment Desktop::environment() const {
   auto environment = computer_.environment();
   for (const auto& name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"JOURNAL_STREAM"_s, u"INVOCATION_ID"_s})
     environment.remove(name);
-  // The administrative directories are not on an ordinary user's path.
-  environment.insert(u"PATH"_s, environment.value(u"PATH"_s) + u":/usr/sbin:/sbin"_s);
   environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, sessionBus_.address());
   environment.insert(u"HOME"_s, directory() + u"/home"_s);
   environment.insert(u"XDG_CONFIG_HOME"_s, directory() + u"/config"_s);

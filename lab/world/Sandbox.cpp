@@ -72,6 +72,12 @@ bool unshareAsOrdinaryUser() {
          writeFile("/proc/self/uid_map", "0 " + user + " 1") && writeFile("/proc/self/gid_map", "0 " + group + " 1");
 }
 
+/// The administrative directories, where ip and avahi-daemon are, are not on an ordinary user's path.
+void completePath() {
+  const auto* path = std::getenv("PATH");
+  setenv("PATH", (std::string(path ? path : "/usr/bin:/bin") + ":/usr/sbin:/sbin").c_str(), 1);
+}
+
 /// The first process inside: prepares the file system, then starts the program and stays until that has ended. Returns
 /// only in the program. What goes wrong before is written to `errors`.
 void runFirstProcess(int errors) {
@@ -83,6 +89,7 @@ void runFirstProcess(int errors) {
     [[maybe_unused]] const auto written = write(errors, failure.data(), failure.size());
     _exit(EXIT_FAILURE);
   }
+  completePath();
   setenv("TMPDIR", (std::string(Sandbox::directory) + "/tmp").c_str(), 1);
   const auto program = fork();
   if (program != 0) {

@@ -117,6 +117,7 @@ bool World::startZolvex() {
 }
 
 bool World::waitForPeers(std::chrono::milliseconds limit) {
+  if (options_.transport == u"bluetooth"_s) return true;
   Q_EMIT progress(u"waiting until the computers have found each other"_s);
   return waitUntil([this] { return resolved_.size() == options_.computers.size(); }, limit) ||
          fail(u"the computers did not find each other"_s);

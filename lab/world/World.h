@@ -37,7 +37,8 @@ class World : public QObject {
   /// Starts Zolvex wherever it is not running and waits until each answers on its session bus.
   bool startZolvex();
 
-  /// Waits until all of them have found their peers since startZolvex() was called last.
+  /// Waits until all of them have found their peers since startZolvex() was called last. Without Bonjour there is
+  /// nothing to wait for.
   bool waitForPeers(std::chrono::milliseconds limit);
 
   /// Ends all processes in order.

@@ -41,6 +41,7 @@ class LabProgram : public testing::Test {
   }
 
   ProgramRun labOfOrdinaryUser(const QStringList& arguments) {
+    environment_.insert(u"PATH"_s, u"/usr/bin:/bin"_s);
     if (geteuid() != 0) return lab(arguments);
     const auto number = QString::number(ordinaryUser);
     return runProgram({.program = u"setpriv"_s,
