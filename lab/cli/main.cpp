@@ -45,9 +45,16 @@ WorldOptions worldOptionsOf(const Options& options, const QString& zolvex) {
   return world;
 }
 
+/// Beside Zolvex, as installed, or where the build puts it, or else on the path.
+QString findZolvexctl(const QString& zolvex) {
+  const auto here = QFileInfo(zolvex).dir();
+  for (const auto& place : {u"zolvexctl"_s, u"../control/zolvexctl"_s})
+    if (QFileInfo(here.filePath(place)).isExecutable()) return QDir::cleanPath(here.filePath(place));
+  return u"zolvexctl"_s;
+}
+
 void explainHowToLookIn(const World& world, const QString& zolvex) {
-  const auto zolvexctl = QFileInfo(zolvex).dir().filePath(u"zolvexctl"_s);
-  const auto control = QFileInfo::exists(zolvexctl) ? zolvexctl : u"zolvexctl"_s;
+  const auto control = findZolvexctl(zolvex);
   say(u"\nThe world stays until Ctrl-C. From another terminal:\n"_s, EXIT_SUCCESS);
   for (const auto& desktop : world.desktops())
     for (const auto* command : {"status", "switch --wait", "watch"})
