@@ -56,7 +56,6 @@ void ControlClient::onOwnerChanged(const QString&, const QString&, const QString
   if (!newOwner.isEmpty()) return readAll();
   properties_.clear();
   connectedDevices_ = 0;
-  Q_EMIT vanished();
 }
 
 void ControlClient::readAll() {
@@ -68,7 +67,6 @@ void ControlClient::readAll() {
     const QDBusPendingReply<QVariantMap> reply = *watcher;
     if (reply.isError()) return;
     take(reply.value());
-    Q_EMIT appeared();
   });
 }
 
@@ -98,10 +96,6 @@ void ControlClient::forceConnect(bool connectMissing) {
 
 void ControlClient::release() {
   call(u"Release"_s);
-}
-
-void ControlClient::cancel() {
-  call(u"Cancel"_s);
 }
 
 void ControlClient::call(const QString& member, const QVariantList& arguments) {

@@ -26,20 +26,16 @@ class ControlClient : public QObject {
   QString ownershipState() const { return text("OwnershipState"); }
   QString lastResult() const { return text("LastResult"); }
   bool isSwitching() const { return properties_.value(QStringLiteral("IsSwitching")).toBool(); }
-  bool isPeerReachable() const { return properties_.value(QStringLiteral("PeerReachable")).toBool(); }
   int connectedDevices() const { return connectedDevices_; }
 
   /// They return at once; the outcome shows in the properties.
   void connectToThisMac(bool connectMissing);
   void forceConnect(bool connectMissing);
   void release();
-  void cancel();
 
  Q_SIGNALS:
   /// `value` of a property as people read it. Given for every property once after the service appeared.
   void changed(const QString& property, const QString& value);
-  void appeared();
-  void vanished();
 
  private Q_SLOTS:
   void onPropertiesChanged(const QString& interface, const QVariantMap& changed, const QStringList& invalidated);

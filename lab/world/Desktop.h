@@ -43,11 +43,8 @@ class Desktop : public QObject {
   BluezService& bluez() { return computer_.bluez(); }
   ControlClient& control() { return control_; }
   NotificationService& notifications() { return notifications_; }
-  Computer& computer() { return computer_; }
 
   /// Avahi is not there at once when it was started.
-  bool startAvahi();
-  void stopAvahi() { avahi_.reset(); }
   bool isAvahiThere() const { return hostName_.isOnBus(QStringLiteral("org.freedesktop.Avahi")); }
 
   /// Asks Zolvex to end and returns at once.
@@ -61,6 +58,7 @@ class Desktop : public QObject {
  private:
   bool fail(const QString& what);
   bool makeDirectories();
+  bool startAvahi();
   bool writeAvahiConfiguration(const QString& file);
   bool saveEnvironment();
 
