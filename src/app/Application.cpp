@@ -13,6 +13,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -50,12 +51,7 @@ bool isOnlyInstance(InstanceLock& lock) {
   return false;
 }
 
-int runInBackground(int argc, char** argv) {
-  QCoreApplication application(argc, argv);
-  setLogSink(journalOrStandardError());
-  InstanceLock lock(InstanceLock::standardPath());
-  if (!isOnlyInstance(lock)) return alreadyRunning;
-
+void runUntilSignal() {
   const TerminationSignals signals([](int signal) {
     logger.info("ending on SIG{}", sigabbrev_np(signal));
     QCoreApplication::quit();
@@ -64,7 +60,18 @@ int runInBackground(int argc, char** argv) {
   SharedObjects objects;
   objects.start();
   QCoreApplication::exec();
-  return ended;
+}
+
+int runInBackground(int argc, char** argv) {
+  const QCoreApplication application(argc, argv);
+  setLogSink(journalOrStandardError());
+  InstanceLock lock(InstanceLock::standardPath());
+  if (!isOnlyInstance(lock)) return alreadyRunning;
+  runUntilSignal();
+  // Everything of ours is in order. Qt, when it is taken apart, waits for its bus thread, and that one waits for a bus
+  // that may never answer.
+  std::fflush(nullptr);
+  std::_Exit(ended);
 }
 
 }  // namespace

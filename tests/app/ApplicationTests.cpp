@@ -104,6 +104,17 @@ TEST_F(ApplicationTest, aCrashedInstanceLeavesTheWayFree) {
   EXPECT_EQ(computer.end(), 0);
 }
 
+TEST_F(ApplicationTest, endsQuicklyWhileABusNeverAnswers) {
+  ASSERT_TRUE(computer.sessionBus.start());
+  ASSERT_TRUE(computer.systemBus.start());
+  const auto daemon = static_cast<pid_t>(computer.systemBus.processId());
+  kill(daemon, SIGSTOP);
+  computer.start();
+  ASSERT_TRUE(zolvex().complains("Device manager started"));
+  EXPECT_EQ(computer.end(), 0);
+  kill(daemon, SIGCONT);
+}
+
 struct EndTest : ApplicationTest, testing::WithParamInterface<int> {};
 
 TEST_P(EndTest, isOrderlyAndSilent) {

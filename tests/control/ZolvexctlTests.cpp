@@ -36,6 +36,11 @@ struct ZolvexctlTest : testing::Test {
     errors = program.errors();
     return program.exitStatus();
   }
+  void stopBus() {
+    world.log.expectError("lost the session bus");
+    computer.bus.stop();
+    ASSERT_TRUE(runUntil([&] { return !computer.link.isConnected(); }));
+  }
   QJsonObject json() const { return QJsonDocument::fromJson(QByteArray::fromStdString(output)).object(); }
 
   ControlWorld computer;
@@ -271,8 +276,7 @@ TEST_F(ZolvexctlTest, watchEndsWithZolvex) {
   ASSERT_TRUE(program.prints("Devices:"));
   world.haveConnected(1);
   EXPECT_TRUE(program.prints("Devices: \n  A1  Magic Keyboard, connected\n"));
-  world.log.expectError("lost the session bus");
-  computer.bus.stop();
+  stopBus();
   EXPECT_EQ(program.exitStatus(), 3);
   EXPECT_EQ(program.errors(), "zolvexctl: Zolvex has ended.\n");
 }
@@ -281,8 +285,7 @@ TEST_F(ZolvexctlTest, waitingEndsWithZolvex) {
   world.peer.answer = std::nullopt;
   auto program = start({u"switch"_s, u"--wait"_s});
   ASSERT_TRUE(program.prints("Asking peer to release..."));
-  world.log.expectError("lost the session bus");
-  computer.bus.stop();
+  stopBus();
   EXPECT_EQ(program.exitStatus(), 3);
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/Log.h"
 #include "platform/linux/BusAddress.h"
+#include "platform/linux/BusProbe.h"
 
 #include <QDBusError>
 #include <QFile>
@@ -46,6 +47,15 @@ struct BusLink::Attempt {
   QString error;  // empty when connected
   bool isTaken = false;
 
+  void connect(const QString& address) {
+    if (!busAnswers(address.toStdString())) {
+      error = u"there is no answer at "_s + address;
+      return;
+    }
+    const auto connection = QDBusConnection::connectToBus(address, connectionName);
+    if (!connection.isConnected()) error = connection.lastError().message();
+  }
+
   ~Attempt() {
     if (!isTaken) QDBusConnection::disconnectFromBus(connectionName);
   }
@@ -77,8 +87,7 @@ void BusLink::attempt() {
   attempt_ = attempt;
   const auto ended = lifetime_.guard([this, attempt] { attemptEnded(*attempt); });
   std::thread([attempt, ended, address] {
-    const auto connection = QDBusConnection::connectToBus(address, attempt->connectionName);
-    if (!connection.isConnected()) attempt->error = connection.lastError().message();
+    attempt->connect(address);
     const std::lock_guard lock(attempt->mutex);
     if (attempt->mainQueue) attempt->mainQueue->async(ended);
   }).detach();

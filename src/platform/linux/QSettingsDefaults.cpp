@@ -36,9 +36,7 @@ QString unusedName(const QString& wanted) {
 }  // namespace
 
 QSettingsDefaults::QSettingsDefaults(MainQueue& mainQueue, std::string path)
-    : mainQueue_(mainQueue),
-      path_(QString::fromStdString(path)),
-      settings_((makeDirectory(), isDamaged() ? keepAside() : void(), path_), settingsFormat::jsonFormat()) {
+    : mainQueue_(mainQueue), path_(QString::fromStdString(path)), settings_(prepared(), settingsFormat::jsonFormat()) {
   if (QFile::exists(path_)) QFile::setPermissions(path_, ownerOnly);
   lastGood_ = readAll();
   QObject::connect(&watcher_, &QFileSystemWatcher::fileChanged, &watcher_, [this] { somethingMoved(); });
@@ -48,6 +46,12 @@ QSettingsDefaults::QSettingsDefaults(MainQueue& mainQueue, std::string path)
 
 std::string QSettingsDefaults::standardPath() {
   return configDirectory() + "/settings.json";
+}
+
+const QString& QSettingsDefaults::prepared() const {
+  makeDirectory();
+  if (isDamaged()) keepAside();
+  return path_;
 }
 
 void QSettingsDefaults::makeDirectory() const {

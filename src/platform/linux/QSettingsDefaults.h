@@ -32,6 +32,7 @@ class QSettingsDefaults final : public UserDefaults {
   void remove(std::string_view key) override;
 
  private:
+  const QString& prepared() const;
   void makeDirectory() const;
   bool isDamaged() const;
   void keepAside() const;
