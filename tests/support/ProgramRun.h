@@ -6,7 +6,9 @@
 #include <QProcessEnvironment>
 #include <QStringList>
 
+#include <csignal>
 #include <string>
+#include <sys/prctl.h>
 #include <utility>
 #include <vector>
 
@@ -21,6 +23,7 @@ class ProgramRun {
     auto environment = QProcessEnvironment::systemEnvironment();
     for (const auto& [name, value] : variables) environment.insert(name, value);
     process_.setProcessEnvironment(environment);
+    process_.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });  // also when the test crashes
     process_.start(program, arguments);
     process_.waitForStarted();
   }
