@@ -1,4 +1,4 @@
-#include "app/Application.h"
+#include "app/ApplicationModule.h"
 #include "app/WorkerMode.h"
 #include "bluetooth/BluetoothWorkerCommand.h"
 
@@ -10,5 +10,5 @@
 int main(int argc, char** argv) {
   if (argc >= 2 && std::string_view(argv[1]) == zolvex::workerFlag)
     zolvex::runWorkerMode(std::vector<std::string>(argv + 2, argv + argc));
-  return zolvex::runApplication(argc, argv);
+  return zolvex::runApplicationModule(argc, argv);
 }
