@@ -23,6 +23,9 @@ class BluezService : public QObject {
 
   const BluezIdentity& identity() const { return identity_; }
 
+  /// From the next call on.
+  void setLatency(BluezTiming::Duration latency) { identity_.timing.latency = latency; }
+
  Q_SIGNALS:
   /// A call to org.bluez was answered; `errorName` is empty after a success.
   void answered(const zolvex::lab::BusCall& call, const QString& errorName);

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sys/mount.h>
+#include <unistd.h>
 
 namespace zolvex::lab {
 
@@ -30,10 +31,18 @@ bool replaceUserFile(const std::string& file, const std::string& directory, cons
          mount(copy.c_str(), file.c_str(), nullptr, MS_BIND, nullptr) == 0;
 }
 
+/// In a plain chroot "/" is no mount point, and only a mount point can be made private: then it becomes one.
+bool makeMountsPrivate() {
+  const auto makePrivate = [] { return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0; };
+  if (makePrivate()) return true;
+  return errno == EINVAL && mount("/", "/", nullptr, MS_BIND | MS_REC, nullptr) == 0 && chdir("/") == 0 &&
+         chroot(".") == 0 && makePrivate();
+}
+
 }  // namespace
 
 std::string mountSandbox(const std::string& directory) {
-  if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return failure("cannot make mounts private");
+  if (!makeMountsPrivate()) return failure("cannot make mounts private");
   if (mount("tmpfs", "/run", "tmpfs", MS_NOSUID | MS_NODEV, "mode=755") != 0) return failure("cannot mount /run");
   std::error_code error;
   for (const auto& folder :
