@@ -31,12 +31,19 @@ std::string withScope(std::string address, int interface) {
 }  // namespace
 
 AvahiResolver::AvahiResolver(AvahiDaemon& daemon, Service service, Seconds limit, Resolved resolved)
-    : daemon_(daemon), service_(std::move(service)), resolved_(std::move(resolved)) {
-  limit_.setSingleShot(true);
-  ipv4Wait_.setSingleShot(true);
+    : daemon_(daemon),
+      service_(std::move(service)),
+      limitOfOneTry_(std::chrono::ceil<std::chrono::milliseconds>(limit)),
+      resolved_(std::move(resolved)) {
+  for (auto* timer : {&limit_, &ipv4Wait_, &pause_}) timer->setSingleShot(true);
   QObject::connect(&limit_, &QTimer::timeout, &limit_, [this] { limitReached(); });
   QObject::connect(&ipv4Wait_, &QTimer::timeout, &ipv4Wait_, [this] { report(); });
-  limit_.start(std::chrono::ceil<std::chrono::milliseconds>(limit));
+  QObject::connect(&pause_, &QTimer::timeout, &pause_, [this] { lookUp(); });
+  lookUp();
+}
+
+void AvahiResolver::lookUp() {
+  limit_.start(limitOfOneTry_);
   for (const int protocol : {avahi::ipv4, avahi::ipv6}) begin(protocol);
 }
 
@@ -94,6 +101,8 @@ void AvahiResolver::report() {
 void AvahiResolver::limitReached() {
   if (ipv4Wait_.isActive()) return report();
   for (auto& lookup : lookups_) lookup.object.reset();
+  pause_.start(nextPause_);
+  nextPause_ = std::min(nextPause_ * 2, longestPause);
 }
 
 }  // namespace zolvex

@@ -23,11 +23,13 @@ class AvahiDaemon;
 
 /// Looks one service up, for both address families at once, and stays to tell when its address or port changes.
 /// An IPv4 address is reported at once; with only an IPv6 one it waits a moment for the other. What is not found
-/// within the limit is not reported at all.
+/// within the limit is looked up again after a pause, which grows from try to try: the service is still announced.
 /// Owned by the browser, for as long as the service is there and the daemon runs. Main thread.
 class AvahiResolver {
  public:
   static constexpr std::chrono::milliseconds waitForIpv4{500};
+  static constexpr std::chrono::seconds firstPause{2};
+  static constexpr std::chrono::seconds longestPause{60};
 
   struct Service {
     QString name;
@@ -46,6 +48,7 @@ class AvahiResolver {
   };
   using Report = std::pair<std::vector<std::string>, std::uint16_t>;
 
+  void lookUp();
   void begin(int addressProtocol);
   void signalled(Lookup& lookup, const QDBusMessage& signal);
   void found(Lookup& lookup, const QVariantList& arguments);
@@ -56,11 +59,14 @@ class AvahiResolver {
 
   AvahiDaemon& daemon_;
   const Service service_;
+  const std::chrono::milliseconds limitOfOneTry_;
   const Resolved resolved_;
   std::array<Lookup, 2> lookups_;  // by address protocol
   std::optional<Report> lastReport_;
   QTimer limit_;
   QTimer ipv4Wait_;
+  QTimer pause_;
+  std::chrono::seconds nextPause_ = firstPause;
 };
 
 }  // namespace zolvex

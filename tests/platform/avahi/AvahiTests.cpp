@@ -7,14 +7,20 @@
 #include "support/EventLoop.h"
 #include "support/LogCapture.h"
 
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace zolvex {
 namespace {
@@ -37,7 +43,7 @@ struct Ears final : ServicePublicationListener, ServiceBrowserListener {
   void serviceFound(const std::string& name, bool isLocal) override {
     found.push_back(name);
     local[name] = isLocal;
-    browser.resolve(name, resolveLimit);
+    browser.resolve(name, limit);
   }
   void serviceRemoved(const std::string& name) override { removed.push_back(name); }
   void serviceResolved(const std::string& name, const std::vector<std::string>& newAddresses,
@@ -51,6 +57,7 @@ struct Ears final : ServicePublicationListener, ServiceBrowserListener {
   std::string last() const { return published.empty() ? std::string() : published.back(); }
 
   ServiceBrowser& browser;
+  Seconds limit = resolveLimit;
   std::vector<std::string> published;
   std::vector<std::string> failures;
   std::vector<std::string> found;
@@ -71,6 +78,25 @@ struct Computer {
     publisher.publish({name, serviceType, serviceDomain, port, {{"id", "1234"}, {"name", "Ann\xc3\xa9"}}}, ears);
   }
   void browse() { browser.searchForServices(serviceType, serviceDomain, ears); }
+
+  /// Puts something on the network that Zolvex itself would not.
+  void publishRaw(const QString& what, const QVariantList& arguments) {
+    const auto call = [this](const QString& path, const QString& interface, const QString& member,
+                             const QVariantList& values) {
+      auto message = QDBusMessage::createMethodCall(u"org.freedesktop.Avahi"_s, path, interface, member);
+      message.setArguments(values);
+      const auto answer = link.connection().call(message);
+      EXPECT_EQ(answer.type(), QDBusMessage::ReplyMessage) << answer.errorMessage().toStdString();
+      return answer;
+    };
+    const auto group = call(u"/"_s, u"org.freedesktop.Avahi.Server"_s, u"EntryGroupNew"_s, {})
+                           .arguments()
+                           .value(0)
+                           .value<QDBusObjectPath>()
+                           .path();
+    call(group, u"org.freedesktop.Avahi.EntryGroup"_s, what, arguments);
+    call(group, u"org.freedesktop.Avahi.EntryGroup"_s, u"Commit"_s, {});
+  }
 
   BusLink link;
   AvahiDaemon daemon{link};
@@ -147,6 +173,23 @@ TEST_F(AvahiTest, newPortOfAServiceThatRestartedIsReported) {
   publishAndFind();
   laptop->publish("Zolvex-ABC123", 4712);
   EXPECT_TRUE(runUntil([&] { return studio->ears.ports["Zolvex-ABC123"] == 4712; }));
+}
+
+TEST_F(AvahiTest, serviceThatCannotBeResolvedAtFirstIsLookedUpAgain) {
+  constexpr int any = -1;
+  constexpr uint noFlags = 0;
+  startDaemons();
+  studio->ears.limit = Seconds(0.2);
+  studio->browse();
+  laptop->publishRaw(u"AddService"_s,
+                     {any, any, noFlags, u"Zolvex-ABC123"_s, u"_zolvex._tcp"_s, u""_s, u"nowhere.local"_s,
+                      QVariant::fromValue<ushort>(4711), QVariant::fromValue(QList<QByteArray>())});
+  ASSERT_TRUE(runUntil([&] { return !studio->ears.found.empty(); }));
+  // The first try has to be over, and nothing tells of its end.
+  ASSERT_FALSE(runUntil([&] { return studio->ears.resolutions > 0; }, std::chrono::milliseconds(600)));
+  laptop->publishRaw(u"AddAddress"_s, {any, any, noFlags, u"nowhere.local"_s, u"192.0.2.7"_s});
+  ASSERT_TRUE(runUntil([&] { return studio->ears.resolutions > 0; }));
+  EXPECT_THAT(studio->ears.addresses, ElementsAre("192.0.2.7"));
 }
 
 TEST_F(AvahiTest, serviceIsRemovedWithItsNetworkAndFoundAgain) {
