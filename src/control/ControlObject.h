@@ -18,7 +18,7 @@ namespace zolvex::control {
 /// PropertiesChanged. Knows the members only by the tables in its source and the interface's XML. Main thread.
 class ControlObject final : public QDBusVirtualObject {
  public:
-  ControlObject(const Controlled& controlled);
+  explicit ControlObject(const Controlled& controlled);
 
   /// The connection on which changes are told; none while there is no bus.
   void setConnection(std::optional<QDBusConnection> connection) { connection_ = std::move(connection); }

@@ -37,7 +37,7 @@ SdBusHandle BluezBus::openSystemBus() {
 
 BluezAnswer BluezBus::call(const SdBusMessage& message, Seconds limit) const {
   if (!message || sd_bus_is_ready(handle()) <= 0) return {.errorName = SD_BUS_ERROR_DISCONNECTED};
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};  // SD_BUS_ERROR_NULL, which is C only
   sd_bus_message* reply = nullptr;
   const int result = sd_bus_call(handle(), message.get(), microseconds(limit), &error, &reply);
   auto answer = result < 0 ? BluezAnswer::fromError(error) : BluezAnswer{.reply = SdBusMessage(reply)};
