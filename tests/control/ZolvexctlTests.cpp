@@ -7,6 +7,8 @@
 #include <QJsonObject>
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 namespace zolvex::test {
 namespace {
 
@@ -312,6 +314,17 @@ TEST_P(ZolvexctlAloneTest, saysThatThereIsNoSession) {
   EXPECT_EQ(run(u""_s), 3);
   EXPECT_TRUE(errors.starts_with("zolvexctl: Zolvex is not running: there is no session bus.")) << errors;
   EXPECT_EQ(run(u"unix:path=/nonexistent/bus"_s), 3);
+}
+
+TEST(ZolvexctlBusTest, aBusThatNeverAnswersIsNotWaitedFor) {
+  lab::PrivateBus bus;
+  ASSERT_TRUE(bus.start());
+  const auto daemon = static_cast<pid_t>(bus.processId());
+  kill(daemon, SIGSTOP);
+  ProgramRun program(QStringLiteral(ZOLVEXCTL), {u"status"_s}, {{u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address()}});
+  EXPECT_EQ(program.exitStatus(), 3);
+  EXPECT_TRUE(program.errors().starts_with("zolvexctl: Zolvex is not running: there is no session bus."));
+  kill(daemon, SIGCONT);
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, ZolvexctlAloneTest,

@@ -2,6 +2,7 @@
 
 #include "control/ControlNames.h"
 #include "platform/linux/BusAddress.h"
+#include "platform/linux/BusProbe.h"
 
 #include <QDBusArgument>
 #include <QDBusError>
@@ -35,10 +36,16 @@ ZolvexClient::Failure failureOf(const QDBusMessage& reply) {
   }
 }
 
+/// Not connected when there is no bus that answers: Qt would wait for one that never speaks, without a limit.
+QDBusConnection connected() {
+  const auto address = sessionBusAddress();
+  return busAnswers(address) ? QDBusConnection::connectToBus(QString::fromStdString(address), connectionName)
+                             : QDBusConnection(connectionName);
+}
+
 }  // namespace
 
-ZolvexClient::ZolvexClient()
-    : connection_(QDBusConnection::connectToBus(QString::fromStdString(sessionBusAddress()), connectionName)) {}
+ZolvexClient::ZolvexClient() : connection_(connected()) {}
 
 ZolvexClient::~ZolvexClient() {
   QDBusConnection::disconnectFromBus(connectionName);
