@@ -175,6 +175,16 @@ TEST_F(ZolvexctlTest, aCancelledSwitchEndsBadly) {
   EXPECT_TRUE(program.output().ends_with("released: Cancelled\n")) << program.output();
 }
 
+TEST_F(ZolvexctlTest, aCancelledReleaseEndsBadlyAlsoWhereNothingWasConnected) {
+  world.log.expectError("Bluetooth worker timed out during unregister");
+  world.setWorkers("unregister", {.hangs = true});
+  auto program = start({u"release"_s, u"--wait"_s});
+  ASSERT_TRUE(program.prints("Releasing..."));
+  EXPECT_EQ(run({u"cancel"_s}), 0);
+  EXPECT_EQ(program.exitStatus(), 1);
+  EXPECT_TRUE(program.output().ends_with("released: Cancelled\n")) << program.output();
+}
+
 TEST_F(ZolvexctlTest, cancelWithoutAFlowIsFine) {
   EXPECT_EQ(run({u"cancel"_s}), 0);
   EXPECT_EQ(output, "Nothing is running.\n");

@@ -23,6 +23,9 @@ namespace {
 
 using Failure = ZolvexClient::Failure;
 
+/// Status text of a flow that was cancelled, whatever it had reached by then.
+const auto cancelled = u"Cancelled"_s;
+
 void print(const std::string& text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
   std::fflush(stdout);
@@ -117,7 +120,7 @@ int Commands::outcome(const QVariantMap& state) const {
   const auto ownership = state[u"OwnershipState"_s].toString();
   const auto result = escapedForLog(state[u"LastResult"_s].toString().toStdString());
   print(invocation_.json ? report::statusJson(state) : fmt::format("{}: {}\n", ownership.toStdString(), result));
-  if (isGoalReached(ownership)) return exitStatus::done;
+  if (isGoalReached(ownership) && state[u"LastResult"_s] != cancelled) return exitStatus::done;
   if (ownership == "unknown"_L1)
     complain("Choose the devices first: zolvexctl devices, then zolvexctl manage ADDRESS...");
   return exitStatus::endedBadly;
