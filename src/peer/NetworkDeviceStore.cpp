@@ -17,6 +17,14 @@ auto withId(const std::string& id) {
   return [&id](const NetworkDevice& device) { return device.id == id; };
 }
 
+/// Makes room for one more: of those no longer to be seen the one known longest goes, else the one known longest.
+void makeRoom(std::vector<NetworkDevice>& discovered) {
+  if (discovered.size() < NetworkDeviceStore::maximumDiscovered) return;
+  const auto lost =
+      std::find_if(discovered.begin(), discovered.end(), [](const auto& device) { return !device.isActive; });
+  discovered.erase(lost == discovered.end() ? discovered.begin() : lost);
+}
+
 void setReachability(NetworkDevice& device, bool reachable, Date now) {
   device.isActive = reachable;
   device.lastUpdated = now;
@@ -175,10 +183,12 @@ void NetworkDeviceStore::dispatch(DeviceCommand command, const std::shared_ptr<R
 void NetworkDeviceStore::peerTransportDiscovered(const NetworkDevice& device) {
   auto discovered = discoveredNetworkDevices();
   const auto known = std::find_if(discovered.begin(), discovered.end(), withId(device.id));
-  if (known == discovered.end())
-    discovered.push_back(device);
-  else
+  if (known != discovered.end()) {
     *known = device;
+  } else {
+    makeRoom(discovered);
+    discovered.push_back(device);
+  }
   discoveredNetworkDevices_ = std::move(discovered);
   refreshRegisteredAddress(device);
 }

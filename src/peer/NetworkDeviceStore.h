@@ -8,6 +8,7 @@
 #include "peer/PeerCommandHandler.h"
 #include "peer/PeerTransport.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -26,6 +27,7 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   static constexpr Seconds peerReachabilityFreshness{45.0};
   static constexpr Seconds peerHealthInterval{15.0};
   static constexpr Seconds firstHealthCheckDelay{3.0};
+  static constexpr std::size_t maximumDiscovered = 256;  ///< Anybody can announce any number, one after another.
 
   /// `bluetooth` may be null: this build or computer has no Bluetooth LE link. The transports must outlive the store.
   struct Transports {

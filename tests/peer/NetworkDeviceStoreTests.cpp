@@ -230,6 +230,21 @@ TEST_F(NetworkDeviceStoreTest, aPeerThatIsFoundTwiceIsListedOnce) {
   EXPECT_EQ(world.network().discoveredNetworkDevices(), std::vector{found});
 }
 
+TEST_F(NetworkDeviceStoreTest, computersThatComeAndGoAreNotKeptForever) {
+  const auto discover = [this](const std::string& id) {
+    world.peer.discover({id, id, "192.0.2.9", std::uint16_t{99}, world.time.now(), true, world.time.now()});
+  };
+  discover("STAYS");
+  for (std::size_t i = 0; i < 2 * NetworkDeviceStore::maximumDiscovered; ++i) {
+    discover(std::to_string(i));
+    world.peer.lose(std::to_string(i));
+  }
+  const auto& discovered = world.network().discoveredNetworkDevices();
+  EXPECT_EQ(discovered.size(), NetworkDeviceStore::maximumDiscovered);
+  EXPECT_EQ(discovered.front().id, "STAYS");
+  EXPECT_EQ(discovered.back().id, std::to_string(2 * NetworkDeviceStore::maximumDiscovered - 1));
+}
+
 TEST_F(NetworkDeviceStoreTest, aLostPeerIsUnreachable) {
   send(released);
   world.advance(1s);
