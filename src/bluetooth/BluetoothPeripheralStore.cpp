@@ -13,6 +13,11 @@ namespace {
 
 constexpr Logger logger("BluetoothConnector");
 
+/// The whole name, on one line: a device chooses its name itself.
+std::string loggedName(const BluetoothPeripheral& peripheral) {
+  return escapedForLog(peripheral.name, peripheral.name.size());
+}
+
 }  // namespace
 
 BluetoothPeripheralStore::BluetoothPeripheralStore(MainQueue& mainQueue, SerialQueue& bluetoothQueue,
@@ -55,9 +60,9 @@ void BluetoothPeripheralStore::connect(const BluetoothPeripheral& peripheral, st
   mainQueue_.async(lifetime_.guard([this, peripheral, connected, completion = std::move(completion)] {
     mark(peripheral.id, connected);
     if (connected)
-      logger.info("connect: SUCCESS {}", peripheral.name);
+      logger.info("connect: SUCCESS {}", loggedName(peripheral));
     else
-      logger.error("connect: FAILED {}", peripheral.name);
+      logger.error("connect: FAILED {}", loggedName(peripheral));
     completion();
   }));
 }
@@ -68,9 +73,9 @@ void BluetoothPeripheralStore::unregister(const BluetoothPeripheral& peripheral,
   mainQueue_.async(lifetime_.guard([this, peripheral, released, completion = std::move(completion)] {
     if (released) {
       mark(peripheral.id, false);
-      logger.info("unregister: released {}", peripheral.name);
+      logger.info("unregister: released {}", loggedName(peripheral));
     } else {
-      logger.error("unregister: failed {}", peripheral.name);
+      logger.error("unregister: failed {}", loggedName(peripheral));
     }
     completion(released);
   }));

@@ -7,7 +7,6 @@ namespace zolvex {
 
 namespace {
 
-constexpr std::size_t longestLoggedText = 64;
 constexpr char32_t malformed = 0xFFFFFFFF;
 
 struct CodePoint {
@@ -105,9 +104,9 @@ std::string_view firstCharacters(std::string_view text, std::size_t count) {
   return text.substr(0, at);
 }
 
-std::string escapedForLog(std::string_view text) {
+std::string escapedForLog(std::string_view text, std::size_t longest) {
   std::string result;
-  for (std::size_t count = 0; count < longestLoggedText && !text.empty(); ++count) {
+  for (std::size_t count = 0; count < longest && !text.empty(); ++count) {
     const auto point = decode(text);
     for (const char byte : text.substr(0, point.length)) {
       if (point.value == malformed || isControl(point.value))

@@ -20,7 +20,8 @@ bool isUtf8(std::string_view bytes);
 /// The first `count` characters (code points) of well-formed UTF-8, or all when there are fewer.
 std::string_view firstCharacters(std::string_view text, std::size_t count);
 
-/// Text from outside, made fit for a log line: control characters and malformed bytes as "\xNN", cut to 64 characters.
-std::string escapedForLog(std::string_view text);
+/// Text from outside, made fit for a log line: control characters and malformed bytes as "\xNN", cut to `longest`
+/// characters.
+std::string escapedForLog(std::string_view text, std::size_t longest = 64);
 
 }  // namespace zolvex

@@ -127,6 +127,14 @@ TEST_F(DeviceActionTest, aConnectedDeviceIsMarkedBeforeTheCompletion) {
   EXPECT_TRUE(world.log.contains("connect: SUCCESS Magic Keyboard"));
 }
 
+TEST_F(DeviceActionTest, aNameCannotForgeALogLine) {
+  const std::string longName(100, 'x');
+  world.defaults.set(settings::deviceNames, StringDictionary{{"A1", longName + "\n12:00:00.000 error Forged: line"}});
+  world.store().reload();
+  connectFirst();
+  EXPECT_TRUE(world.log.contains("connect: SUCCESS " + longName + "\\x0a12:00:00.000 error Forged: line"));
+}
+
 TEST_F(DeviceActionTest, aConnectThatTimesOutMarksTheDeviceDisconnected) {
   world.log.expectError("connect: FAILED Magic Keyboard");
   world.log.expectError("Bluetooth worker timed out during connect");
