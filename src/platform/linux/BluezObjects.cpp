@@ -10,8 +10,10 @@ namespace zolvex {
 namespace {
 
 std::optional<std::string> nameFrom(const BluezProperties& properties) {
+  // For a device without a name BlueZ makes up an alias from the address.
+  const auto substitute = printedAddress(properties.text("Address"));
   for (const auto* key : {"Alias", "Name"})
-    if (auto name = properties.text(key); !name.empty()) return name;
+    if (auto name = properties.text(key); !name.empty() && !isSameAddress(name, substitute)) return name;
   return std::nullopt;
 }
 

@@ -54,6 +54,12 @@ TEST_F(WorkerListing, prefersTheNameThatTheUserHasGiven) {
   EXPECT_THAT(devices(), testing::ElementsAre(PairedDevicePayload{"02-5A-00-00-00-01", "Zo\u00eb's \"keys\"", false}));
 }
 
+TEST_F(WorkerListing, theAliasThatBluezMakesOfTheAddressIsNoName) {
+  bond(keyboard);
+  rename(keyboard, radio.addressOf(keyboard).replace(u':', u'-'));
+  EXPECT_THAT(devices(), testing::ElementsAre(PairedDevicePayload{"02-5A-00-00-00-01", "Magic Keyboard", false}));
+}
+
 TEST_F(WorkerListing, withoutPairedDevicesItIsAnEmptyArray) {
   EXPECT_EQ(list().output, "[]");
 }
