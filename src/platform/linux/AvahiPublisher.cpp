@@ -6,6 +6,8 @@
 #include <QDBusMetaType>
 #include <QVariant>
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -21,9 +23,19 @@ constexpr int groupEstablished = 2;
 constexpr int groupCollision = 3;
 constexpr int groupFailure = 4;
 
+/// One string of a TXT record, cut between two characters to what fits there: with a longer one the daemon would
+/// refuse the whole service.
+QByteArray txtEntry(const std::string& key, const std::string& value) {
+  constexpr std::size_t longestEntry = 255;  // bytes
+  const auto entry = key + "=" + value;
+  auto length = std::min(entry.size(), longestEntry);
+  while (length < entry.size() && (static_cast<unsigned char>(entry[length]) & 0xC0) == 0x80) --length;
+  return {entry.data(), static_cast<qsizetype>(length)};
+}
+
 QByteArrayList txtOf(const std::map<std::string, std::string>& record) {
   QByteArrayList entries;
-  for (const auto& [key, value] : record) entries += QByteArray::fromStdString(key + "=" + value);
+  for (const auto& [key, value] : record) entries += txtEntry(key, value);
   return entries;
 }
 

@@ -147,6 +147,15 @@ TEST_F(AvahiTest, publishedServiceIsFoundOnceAndResolvedOnTheOtherComputer) {
   EXPECT_EQ(studio->ears.ports["Zolvex-ABC123"], 4711);
 }
 
+TEST_F(AvahiTest, aRecordThatIsTooLongIsCutInsteadOfRefused) {
+  startDaemons();
+  std::string longName;
+  for (int i = 0; i < 200; ++i) longName += "\xc3\xa9";
+  laptop->publisher.publish({"Zolvex-ABC123", serviceType, serviceDomain, 4711, {{"name", longName}}}, laptop->ears);
+  EXPECT_TRUE(runUntil([&] { return !laptop->ears.published.empty() || !laptop->ears.failures.empty(); }));
+  EXPECT_THAT(laptop->ears.failures, IsEmpty());
+}
+
 TEST_F(AvahiTest, linkLocalAddressComesLastAndWithItsScope) {
   publishAndFind();
   ASSERT_TRUE(runUntil([&] { return studio->ears.addresses.size() == 2; }));
