@@ -326,6 +326,12 @@ TEST_P(ZolvexctlAloneTest, saysThatThereIsNoSession) {
   EXPECT_EQ(run(u"unix:path=/nonexistent/bus"_s), 3);
 }
 
+TEST(ZolvexctlOutputTest, outputThatCannotBeWrittenIsAFailure) {
+  ProgramRun program(u"/bin/sh"_s, {u"-c"_s, u"exec \"$0\" --help > /dev/full"_s, QStringLiteral(ZOLVEXCTL)});
+  EXPECT_EQ(program.exitStatus(), 1);
+  EXPECT_EQ(program.errors(), "zolvexctl: cannot write the output\n");
+}
+
 TEST(ZolvexctlBusTest, aBusThatNeverAnswersIsNotWaitedFor) {
   lab::PrivateBus bus;
   ASSERT_TRUE(bus.start());
