@@ -27,9 +27,21 @@ int say(const QString& text, int status) {
 }
 
 /// The program beside this one, as installed, or else where the build puts it.
-QString findZolvex(const QString& asked) {
+/// Paths of the programs that take part.
+struct Programs {
+  QString lab;
+  QString zolvex;
+};
+
+/// Where this program is. Asked before the sandbox is entered: in the namespaces of a chroot the kernel may name it by
+/// a path from outside.
+QString ownPath() {
+  return QFileInfo(u"/proc/self/exe"_s).symLinkTarget();
+}
+
+QString findZolvex(const QString& asked, const QString& program) {
   if (!asked.isEmpty()) return QFileInfo(asked).absoluteFilePath();
-  const QDir here(QCoreApplication::applicationDirPath());
+  const auto here = QFileInfo(program).dir();
   for (const auto& place : {u"zolvex"_s, u"../src/app/zolvex"_s, u"../bin/zolvex"_s})
     if (QFileInfo(here.filePath(place)).isExecutable()) return QDir::cleanPath(here.filePath(place));
   return {};
@@ -53,63 +65,63 @@ QString findZolvexctl(const QString& zolvex) {
   return u"zolvexctl"_s;
 }
 
-void explainHowToLookIn(const World& world, const QString& zolvex) {
-  const auto control = findZolvexctl(zolvex);
+void explainHowToLookIn(const World& world, const Programs& programs) {
+  const auto control = findZolvexctl(programs.zolvex);
   say(u"\nThe world stays until Ctrl-C. From another terminal:\n"_s, EXIT_SUCCESS);
   for (const auto& desktop : world.desktops())
     for (const auto* command : {"status", "switch --wait", "watch"})
-      say(u"  %1 exec --world %2 %3 -- %4 %5\n"_s.arg(QCoreApplication::applicationFilePath(),
-                                                      QString::fromStdString(Sandbox::outerProcessId()),
+      say(u"  %1 exec --world %2 %3 -- %4 %5\n"_s.arg(programs.lab, QString::fromStdString(Sandbox::outerProcessId()),
                                                       desktop->name(), control, QLatin1String(command)),
           EXIT_SUCCESS);
   say(u"\n"_s, EXIT_SUCCESS);
   std::fflush(stdout);
 }
 
-void stay(World& world, Report& report, const QString& zolvex) {
-  explainHowToLookIn(world, zolvex);
+void stay(World& world, Report& report, const Programs& programs) {
+  explainHowToLookIn(world, programs);
   const Console console(world, report);
   world.waitUntil([] { return false; }, forever);
 }
 
-int runDemo(World& world, Report& report, const Options& options, const QString& zolvex) {
+int runDemo(World& world, Report& report, const Options& options, const Programs& programs) {
   Demo demo(world, report);
   const auto result = world.start() ? demo.play(options.faults)
                                     : Demo::Result{false, u"demo: there is no world: %1"_s.arg(world.errorString())};
   if (options.keep && !world.isInterrupted()) {
     say(result.text + u'\n', EXIT_SUCCESS);
-    stay(world, report, zolvex);
+    stay(world, report, programs);
   }
   world.stop();
   if (!options.keep) say(result.text + u'\n', EXIT_SUCCESS);
   return result.isSuccess ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-int runWorld(World& world, Report& report, const Options& options, const QString& zolvex) {
+int runWorld(World& world, Report& report, const Options& options, const Programs& programs) {
   for (const auto& fault : options.faults) world.radio().inject(fault);
   if (!world.start() || !world.startZolvex()) {
     if (!world.isInterrupted()) return say(u"zolvex-lab: %1\n"_s.arg(world.errorString()), EXIT_FAILURE);
   } else {
     world.giveDevicesTo(u"Laptop"_s);
-    stay(world, report, zolvex);
+    stay(world, report, programs);
   }
   world.stop();
   return EXIT_SUCCESS;
 }
 
-int runInSandbox(int argc, char** argv, const Options& options) {
+int runInSandbox(int argc, char** argv, const Options& options, const QString& lab) {
   QCoreApplication application(argc, argv);
-  const auto zolvex = findZolvex(options.zolvex);
-  if (!QFileInfo(zolvex).isExecutable())
-    return say(u"zolvex-lab: there is no program zolvex %1\nBuild it, or name it with --zolvex PATH.\n"_s.arg(zolvex),
-               usageStatus);
-  World world(worldOptionsOf(options, zolvex));
+  const Programs programs{lab, findZolvex(options.zolvex, lab)};
+  if (!QFileInfo(programs.zolvex).isExecutable())
+    return say(
+        u"zolvex-lab: there is no program zolvex %1\nBuild it, or name it with --zolvex PATH.\n"_s.arg(programs.zolvex),
+        usageStatus);
+  World world(worldOptionsOf(options, programs.zolvex));
   Report report;
   report.follow(world);
   Interrupt interrupt;
   QObject::connect(&interrupt, &Interrupt::raised, &world, &World::interrupt);
-  return options.command == Options::Command::demo ? runDemo(world, report, options, zolvex)
-                                                   : runWorld(world, report, options, zolvex);
+  return options.command == Options::Command::demo ? runDemo(world, report, options, programs)
+                                                   : runWorld(world, report, options, programs);
 }
 
 int run(int argc, char** argv) {
@@ -122,11 +134,12 @@ int run(int argc, char** argv) {
   if (options.command == Options::Command::help) return say(usageText(), EXIT_SUCCESS);
   if (options.command == Options::Command::listFaults) return say(faultListText(), EXIT_SUCCESS);
   if (options.command == Options::Command::exec) return execInWorld(options);
+  const auto lab = ownPath();
   const auto entered = Sandbox::enter();
   if (const auto* ended = std::get_if<Sandbox::Ended>(&entered)) return ended->exitStatus;
   if (const auto* impossible = std::get_if<Sandbox::Impossible>(&entered))
     return say(QString::fromStdString(impossible->reason) + u'\n', EXIT_FAILURE);
-  return runInSandbox(argc, argv, options);
+  return runInSandbox(argc, argv, options, lab);
 }
 
 }  // namespace
