@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <sys/stat.h>
 
 namespace zolvex::test {
 namespace {
@@ -239,6 +240,45 @@ TEST_F(QSettingsDefaultsTest, settingsThatCannotBeWrittenLiveInMemory) {
   EXPECT_EQ(defaults->boolean("key"), true);
   EXPECT_EQ(defaults->stored("other"), std::nullopt);
   EXPECT_EQ(log.lines().size(), 2u);
+}
+
+TEST_F(QSettingsDefaultsTest, aFloodOfChangesSharesWritesAndLosesNothing) {
+  open();
+  for (int i = 1; i <= 100; ++i) defaults->set("key", static_cast<double>(i));
+  EXPECT_EQ(defaults->number("key"), 100);
+  EXPECT_EQ(changes, 100);
+  EXPECT_EQ(json()[u"key"_s], QSettingsDefaults::writesPerPeriod);
+  ASSERT_TRUE(runUntil([&] { return json()[u"key"_s] == 100; }));
+}
+
+TEST_F(QSettingsDefaultsTest, whatIsNotWrittenYetIsWrittenAtTheEnd) {
+  open();
+  for (int i = 1; i <= 100; ++i) defaults->set("key", static_cast<double>(i));
+  defaults->remove("key");
+  defaults->set("other", true);
+  defaults.reset();
+  EXPECT_EQ(json(), (QJsonObject{{u"other"_s, true}}));
+}
+
+TEST_F(QSettingsDefaultsTest, aLockThatACrashLeftBehindHoldsUpNothing) {
+  writeFile("{}");
+  QFile lock(path() + u".lock"_s);
+  ASSERT_TRUE(lock.open(QIODevice::WriteOnly));
+  lock.write("1\nsomebody\nsomewhere\n");
+  lock.close();
+  open();
+  defaults->set("key", true);
+  EXPECT_EQ(json(), (QJsonObject{{u"key"_s, true}}));
+}
+
+TEST_F(QSettingsDefaultsTest, aPipeInPlaceOfTheFileIsKeptAside) {
+  log.expectError("the settings file is no JSON object; it is kept as ");
+  writeFile("{}");
+  ASSERT_TRUE(QFile::remove(path()));
+  ASSERT_EQ(mkfifo(QFile::encodeName(path()).constData(), 0600), 0);
+  open();
+  defaults->set("key", true);
+  EXPECT_EQ(json(), (QJsonObject{{u"key"_s, true}}));
 }
 
 TEST_F(QSettingsDefaultsTest, standardPathIsInTheConfigurationDirectory) {

@@ -27,6 +27,16 @@ QString qString(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
+/// Carries changes out; an invalid value is a removal.
+void apply(const QVariantMap& changes, QVariantMap& settings) {
+  for (auto item = changes.begin(); item != changes.end(); ++item) {
+    if (item->isValid())
+      settings.insert(item.key(), *item);
+    else
+      settings.remove(item.key());
+  }
+}
+
 QString unusedName(const QString& wanted) {
   auto name = wanted;
   for (int i = 2; QFile::exists(name); ++i) name = u"%1-%2"_s.arg(wanted).arg(i);
@@ -44,6 +54,10 @@ QSettingsDefaults::QSettingsDefaults(MainQueue& mainQueue, std::string path)
   watch();
 }
 
+QSettingsDefaults::~QSettingsDefaults() {
+  if (!unsaved_.isEmpty()) write();
+}
+
 std::string QSettingsDefaults::standardPath() {
   return configDirectory() + "/settings.json";
 }
@@ -51,7 +65,14 @@ std::string QSettingsDefaults::standardPath() {
 const QString& QSettingsDefaults::prepared() const {
   makeDirectory();
   if (isDamaged()) keepAside();
+  removeStaleLock();
   return path_;
+}
+
+/// Only one Zolvex of a user runs, so a lock that is there before its first write was left behind by a crash. QSettings
+/// would wait half a minute for its owner.
+void QSettingsDefaults::removeStaleLock() const {
+  QFile::remove(path_ + u".lock"_s);
 }
 
 void QSettingsDefaults::makeDirectory() const {
@@ -63,6 +84,8 @@ void QSettingsDefaults::makeDirectory() const {
 }
 
 bool QSettingsDefaults::isDamaged() const {
+  const QFileInfo info(path_);
+  if (info.exists() && !info.isFile() && !info.isDir()) return true;  // a pipe, say, which nobody may ever write to
   QFile file(path_);
   return file.open(QIODevice::ReadOnly) && !settingsFormat::parse(file.readAll());
 }
@@ -82,16 +105,18 @@ std::optional<DefaultsValue> QSettingsDefaults::stored(std::string_view key) con
 }
 
 void QSettingsDefaults::set(std::string_view key, DefaultsValue value) {
-  recoverBeforeWriting();
-  settings_.setValue(qString(key), settingsFormat::toVariant(value));
-  write();
+  change(qString(key), settingsFormat::toVariant(value));
 }
 
 void QSettingsDefaults::remove(std::string_view key) {
-  if (!lastGood_.contains(qString(key))) return;
-  recoverBeforeWriting();
-  settings_.remove(qString(key));
-  write();
+  if (lastGood_.contains(qString(key))) change(qString(key), {});
+}
+
+void QSettingsDefaults::change(const QString& key, const QVariant& value) {
+  unsaved_.insert(key, value);
+  apply(unsaved_, lastGood_);
+  if (writesInPeriod_ < writesPerPeriod) write();
+  changed.emit();
 }
 
 void QSettingsDefaults::recoverBeforeWriting() {
@@ -101,6 +126,20 @@ void QSettingsDefaults::recoverBeforeWriting() {
 }
 
 void QSettingsDefaults::write() {
+  recoverBeforeWriting();
+  for (auto item = unsaved_.begin(); item != unsaved_.end(); ++item)
+    item->isValid() ? settings_.setValue(item.key(), *item) : settings_.remove(item.key());
+  unsaved_.clear();
+  sync();
+  if (writesInPeriod_++ == 0) period_ = mainQueue_.after(writePeriod, [this] { periodEnded(); });
+}
+
+void QSettingsDefaults::periodEnded() {
+  writesInPeriod_ = 0;
+  if (!unsaved_.isEmpty()) write();
+}
+
+void QSettingsDefaults::sync() {
   // A new file must not be readable to others even for a moment.
   if (const int file = open(QFile::encodeName(path_).constData(), O_CREAT | O_WRONLY | O_CLOEXEC, S_IRUSR | S_IWUSR);
       file >= 0)
@@ -112,7 +151,6 @@ void QSettingsDefaults::write() {
   if (!failed) problemLogged_ = false;
   lastGood_ = readAll();
   watch();
-  changed.emit();
 }
 
 void QSettingsDefaults::watch() {
@@ -145,6 +183,7 @@ QVariantMap QSettingsDefaults::readAll() const {
   QVariantMap all;
   for (const auto& key : settings_.allKeys())
     if (!key.isEmpty()) all.insert(key, settings_.value(key));
+  apply(unsaved_, all);
   return all;
 }
 
