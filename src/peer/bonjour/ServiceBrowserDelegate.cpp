@@ -39,7 +39,7 @@ void ServiceBrowserDelegate::ownServicePublished(const std::string& name) {
   ownName_ = name;
   serviceIDsByName_.erase(name);  // when the two computers have swapped names
   for (const auto& [found, service] : services_)
-    if (!service.host && !mayBeOwn(found, service)) resolve(found);
+    if (!service.host && !mayBeOwn(found, service)) browser_.resolve(found, resolveLimit);
 }
 
 void ServiceBrowserDelegate::reportDiscoveredAgain() {
@@ -48,18 +48,15 @@ void ServiceBrowserDelegate::reportDiscoveredAgain() {
 
 void ServiceBrowserDelegate::serviceFound(const std::string& name, bool isLocal) {
   logger.info("Service discovered: {}", escapedForLog(name));
+  if (!peerIdFromServiceName(name)) return;
   if (services_.size() >= maximumServices && !services_.contains(name)) return;
   auto& service = services_[name];
   service.isLocal = isLocal;
-  if (!mayBeOwn(name, service)) resolve(name);
+  if (!mayBeOwn(name, service)) browser_.resolve(name, resolveLimit);
 }
 
 bool ServiceBrowserDelegate::mayBeOwn(const std::string& name, const Service& service) const {
   return ownName_ ? *ownName_ == name : service.isLocal;
-}
-
-void ServiceBrowserDelegate::resolve(const std::string& name) {
-  if (peerIdFromServiceName(name)) browser_.resolve(name, resolveLimit);
 }
 
 void ServiceBrowserDelegate::serviceResolved(const std::string& name, const std::vector<std::string>& addresses,

@@ -46,7 +46,6 @@ class ServiceBrowserDelegate final : public ServiceBrowserListener {
   };
 
   bool mayBeOwn(const std::string& name, const Service& service) const;
-  void resolve(const std::string& name);
   void report(const std::string& id, const Service& service);
 
   ServiceBrowser& browser_;

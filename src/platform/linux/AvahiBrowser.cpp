@@ -33,7 +33,10 @@ struct AvahiBrowser::Item {
 AvahiBrowser::AvahiBrowser(AvahiDaemon& daemon)
     : daemon_(daemon),
       started_(daemon.started.observe([this] { begin(); })),
-      ended_(daemon.ended.observe([this] { daemonEnded(); })) {}
+      ended_(daemon.ended.observe([this] { daemonEnded(); })) {
+  retry_.setSingleShot(true);
+  QObject::connect(&retry_, &QTimer::timeout, &retry_, [this] { begin(); });
+}
 
 AvahiBrowser::~AvahiBrowser() {
   stop();
@@ -108,6 +111,7 @@ void AvahiBrowser::allForNow() {
 void AvahiBrowser::failed(const QString& error) {
   logger.error("Cannot browse for peers: {}", error.toStdString());
   browser_.reset();
+  retry_.start(retryPause);
 }
 
 void AvahiBrowser::resolve(const std::string& name, Seconds limit) {

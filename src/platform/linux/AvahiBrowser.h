@@ -7,7 +7,9 @@
 
 #include <QDBusMessage>
 #include <QString>
+#include <QTimer>
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -26,6 +28,9 @@ class AvahiDaemon;
 /// Owned by the application; the daemon must outlive it. Main thread.
 class AvahiBrowser final : public ServiceBrowser {
  public:
+  /// Before browsing is tried again that the daemon has ended or refused.
+  static constexpr std::chrono::seconds retryPause{5};
+
   explicit AvahiBrowser(AvahiDaemon& daemon);
   ~AvahiBrowser() override;
 
@@ -58,6 +63,7 @@ class AvahiBrowser final : public ServiceBrowser {
   QString domain_;
   std::unique_ptr<AvahiObject> browser_;
   std::map<std::string, Sighting> services_;
+  QTimer retry_;
   Subscription started_;
   Subscription ended_;
 };
