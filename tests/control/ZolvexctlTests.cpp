@@ -249,8 +249,8 @@ TEST_F(ZolvexctlTest, peersAreAddedAndRemoved) {
 TEST_F(ZolvexctlTest, theTransportIsOneOfTwo) {
   EXPECT_EQ(run({u"transport"_s, u"bluetooth"_s}), 0);
   EXPECT_EQ(world.network().transportMode(), "bluetooth");
-  EXPECT_EQ(run({u"transport"_s, u"pigeon"_s}), 1);
-  EXPECT_EQ(errors, "zolvexctl: The transport is either bluetooth or bonjour.\n");
+  EXPECT_EQ(run({u"transport"_s, u"pigeon"_s}), 2);
+  EXPECT_EQ(errors, "zolvexctl: The transport is either bluetooth or bonjour.\nSee: zolvexctl transport --help\n");
 }
 
 TEST_F(ZolvexctlTest, settingsAreShownAndChanged) {

@@ -1,5 +1,7 @@
 #include "control/zolvexctl/CommandLine.h"
 
+#include "core/SettingsKeys.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -97,6 +99,13 @@ std::optional<UsageError> countProblem(const Invocation& invocation) {
   return std::nullopt;
 }
 
+std::optional<UsageError> valueProblem(const Invocation& invocation) {
+  if (invocation.command->name != "transport") return std::nullopt;
+  const auto& mode = invocation.arguments.front();
+  if (mode == settings::transportBluetooth || mode == settings::transportBonjour) return std::nullopt;
+  return misuse(invocation, "The transport is either bluetooth or bonjour.");
+}
+
 std::string optionHelp(std::string_view letters) {
   std::string text;
   for (const auto& option : options)
@@ -139,6 +148,7 @@ std::variant<Invocation, UsageError> parseCommandLine(const std::vector<std::str
   }
   if (invocation.help || invocation.version) return invocation;
   if (const auto problem = countProblem(invocation)) return *problem;
+  if (const auto problem = valueProblem(invocation)) return *problem;
   for (const auto& option : options)
     if (letters.find(option.letter) != std::string::npos &&
         invocation.command->options.find(option.letter) == std::string_view::npos)
