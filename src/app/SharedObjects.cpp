@@ -24,7 +24,8 @@ UserDefaults& withRegisteredDefaults(UserDefaults& defaults) {
 }  // namespace
 
 SharedObjects::SharedObjects()
-    : defaults_(mainQueue_, QSettingsDefaults::standardPath()),
+    : decisions_(mainQueue_, {"DeviceManager", "SessionEvents", "SleepPreparation"}),
+      defaults_(mainQueue_, QSettingsDefaults::standardPath()),
       systemBus_(mainQueue_, BusLink::Bus::system),
       sessionBus_(mainQueue_, BusLink::Bus::session),
       hostName_(systemBus_),
@@ -39,9 +40,9 @@ SharedObjects::SharedObjects()
       bluetoothStore_(mainQueue_, bluetoothQueue_, withRegisteredDefaults(defaults_), workerClient_),
       networkStore_(mainQueue_, defaults_, {.bluetooth = nullptr, .bonjour = bonjour_}),
       notifier_(notificationCenter_, bluetoothStore_, networkStore_, hostName_),
-      deviceManager_({mainQueue_, defaults_, bluetoothStore_, networkStore_, notifier_}),
+      deviceManager_({mainQueue_, defaults_, bluetoothStore_, networkStore_, notifier_, session_, session_}),
       control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_},
-               sessionBus_) {}
+               decisions_, sessionBus_) {}
 
 SharedObjects::~SharedObjects() {
   // First the workers, whom the queues would wait for; then the queues, before what their work uses.

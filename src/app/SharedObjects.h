@@ -3,8 +3,11 @@
 #include "bluetooth/BluetoothPeripheralStore.h"
 #include "bluetooth/BluetoothWorkerClient.h"
 #include "control/ControlService.h"
+#include "core/LogFeed.h"
 #include "core/ThreadQueue.h"
 #include "ownership/DeviceManager.h"
+#include "ownership/DisplayWaker.h"
+#include "ownership/SessionEvents.h"
 #include "peer/NetworkDeviceStore.h"
 #include "peer/bonjour/BonjourTransport.h"
 #include "peer/bonjour/NetworkThread.h"
@@ -25,6 +28,13 @@ namespace zolvex {
 /// registers the default settings; start() brings up the peer link and the buses, none of which need exist.
 /// Destruction ends running workers and drops waiting work; the devices are not released. Main thread.
 class SharedObjects {
+  /// A session of which nothing is known.
+  class UnknownSession final : public SessionEvents, public DisplayWaker {
+   public:
+    Subscription observe(SessionEvent, std::function<void()>) override { return {}; }
+    void wakeDisplay() override {}
+  };
+
  public:
   SharedObjects();
   ~SharedObjects();
@@ -34,6 +44,7 @@ class SharedObjects {
 
  private:
   QtMainQueue mainQueue_;
+  LogFeed decisions_;
   QSettingsDefaults defaults_;
 
   BusLink systemBus_;
@@ -52,6 +63,7 @@ class SharedObjects {
   AvahiBrowser browser_;
   BonjourTransport bonjour_;
 
+  UnknownSession session_;
   BluetoothPeripheralStore bluetoothStore_;
   NetworkDeviceStore networkStore_;
   ZolvexNotifier notifier_;

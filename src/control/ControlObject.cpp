@@ -49,12 +49,14 @@ QDBusMessage errorReply(const QDBusMessage& call, const ControlError& error) {
 
 }  // namespace
 
-ControlObject::ControlObject(const Controlled& controlled)
+ControlObject::ControlObject(const Controlled& controlled, LogFeed& decisions)
     : use_(controlled), operations_(controlled), state_(controlled) {
   addMethods();
   addSetupMethods();
   assignments_ =
       state_.assigned.observe([this](const QString& name, const QVariant& value) { tellAssigned(name, value); });
+  logLines_ = decisions.logged.observe(
+      [this](const std::string& category, const std::string& message) { tellLogged(category, message); });
 }
 
 void ControlObject::add(const char* name, const char* signature, decltype(Method::run) run) {
@@ -152,6 +154,13 @@ void ControlObject::tellAssigned(const QString& name, const QVariant& value) {
   if (!connection_) return;
   auto signal = QDBusMessage::createSignal(objectPath, propertiesInterface, u"PropertiesChanged"_s);
   signal << QString(interfaceName) << QVariantMap{{name, value}} << QStringList();
+  connection_->send(signal);
+}
+
+void ControlObject::tellLogged(const std::string& category, const std::string& message) {
+  if (!connection_) return;
+  auto signal = QDBusMessage::createSignal(objectPath, interfaceName, u"Logged"_s);
+  signal << QString::fromStdString(category) << QString::fromStdString(message);
   connection_->send(signal);
 }
 

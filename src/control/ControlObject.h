@@ -2,6 +2,7 @@
 
 #include "control/ControlOperations.h"
 #include "control/ControlState.h"
+#include "core/LogFeed.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -10,6 +11,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <string>
 #include <variant>
 
 namespace zolvex::control {
@@ -18,7 +20,8 @@ namespace zolvex::control {
 /// PropertiesChanged. Knows the members only by the tables in its source and the interface's XML. Main thread.
 class ControlObject final : public QDBusVirtualObject {
  public:
-  explicit ControlObject(const Controlled& controlled);
+  /// `decisions` repeats the log lines that are told.
+  ControlObject(const Controlled& controlled, LogFeed& decisions);
 
   /// The connection on which changes are told; none while there is no bus.
   void setConnection(std::optional<QDBusConnection> connection) { connection_ = std::move(connection); }
@@ -41,6 +44,7 @@ class ControlObject final : public QDBusVirtualObject {
   void callProperties(const QDBusMessage& message, const QDBusConnection& connection);
   QDBusMessage propertyReply(const QDBusMessage& message) const;
   void tellAssigned(const QString& name, const QVariant& value);
+  void tellLogged(const std::string& category, const std::string& message);
 
   Controlled use_;
   ControlOperations operations_;
@@ -48,6 +52,7 @@ class ControlObject final : public QDBusVirtualObject {
   std::map<QString, Method> methods_;
   std::optional<QDBusConnection> connection_;
   Subscription assignments_;
+  Subscription logLines_;
 };
 
 }  // namespace zolvex::control

@@ -21,9 +21,9 @@ constexpr uint isPrimaryOwner = 1;
 
 }  // namespace
 
-ControlService::ControlService(const Controlled& controlled, BusLink& sessionBus)
+ControlService::ControlService(const Controlled& controlled, LogFeed& decisions, BusLink& sessionBus)
     : sessionBus_(sessionBus),
-      object_(controlled),
+      object_(controlled, decisions),
       arrival_(sessionBus.arrived.observe([this] { busArrived(); })),
       loss_(sessionBus.lost.observe([this] { object_.setConnection(std::nullopt); })) {
   if (sessionBus_.isConnected()) busArrived();

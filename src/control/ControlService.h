@@ -17,8 +17,8 @@ namespace control {
 /// the service name. Without a bus it waits. Owned by the application; main thread.
 class ControlService final : public QObject {
  public:
-  /// The link and everything controlled outlive this.
-  ControlService(const Controlled& controlled, BusLink& sessionBus);
+  /// `decisions` repeats the log lines that are told on the bus. It, the link and everything controlled outlive this.
+  ControlService(const Controlled& controlled, LogFeed& decisions, BusLink& sessionBus);
 
  private:
   void busArrived();

@@ -1,7 +1,6 @@
 #include "ownership/DeviceManager.h"
 
 #include "core/Log.h"
-#include "core/SettingsKeys.h"
 
 #include <limits>
 #include <utility>
@@ -14,8 +13,13 @@ constexpr Logger logger("DeviceManager");
 
 }  // namespace
 
-DeviceManager::DeviceManager(Collaborators collaborators) : use_(collaborators) {
+DeviceManager::DeviceManager(Collaborators collaborators) : use_(collaborators), evaluations_(collaborators.mainQueue) {
+  startObservers();
   logger.info("Device manager started");
+  evaluations_.after(launchEvaluationDelay, [this] {
+    logger.info("Launch: evaluating auto-connect");
+    evaluateAutoConnect({"Launch", false, true, autoConnectMaxRetries});
+  });
 }
 
 Subscription DeviceManager::observeIsSwitching(std::function<void(const bool&)> observer) {
@@ -69,12 +73,12 @@ void DeviceManager::reconcileWithLiveState(ConnectionStatus status) {
   switch (status) {
     case ConnectionStatus::allConnected:
       lastResult_ = "Already connected";
-      break;
-    case ConnectionStatus::allDisconnected:
-      lastResult_ = "Not connected";
-      break;
+      return startAutoReleaseTimer();
     case ConnectionStatus::partial:
       lastResult_ = "Partially connected";
+      return startAutoReleaseTimer();
+    case ConnectionStatus::allDisconnected:
+      lastResult_ = "Not connected";
       break;
   }
 }
@@ -82,6 +86,7 @@ void DeviceManager::reconcileWithLiveState(ConnectionStatus status) {
 void DeviceManager::cancelCurrentOperation() {
   if (!isSwitching()) return;
   retireFlow();
+  autoConnectRetryWorkItem_.cancel();
   currentOperation_.reset();
   isSwitching_ = false;
   applyConnectionSummary(use_.bluetoothStore.connectionStatus(), false);
@@ -100,6 +105,9 @@ void DeviceManager::refreshFromLiveState() {
 void DeviceManager::handleHotKey() {
   if (use_.bluetoothStore.peripherals().empty()) return showNoDevicesConfigured();
   if (isSwitching()) return refreshFromLiveState();
+  pendingInactiveReleaseWorkItem_.cancel();
+  autoConnectRetryWorkItem_.cancel();
+  lastAutoConnectAttempt_ = distantPast;
   const auto status = use_.bluetoothStore.connectionStatus();
   applyConnectionSummary(status, false);
   if (status == ConnectionStatus::allConnected)
@@ -109,10 +117,16 @@ void DeviceManager::handleHotKey() {
 }
 
 void DeviceManager::devicesConfigured() {
+  autoConnectRetryWorkItem_.cancel();
+  lastAutoConnectAttempt_ = distantPast;
   if (use_.bluetoothStore.peripherals().empty()) return showNoDevicesConfigured();
   const auto status = use_.bluetoothStore.connectionStatus();
   applyConnectionSummary(status, true);
-  reconcileWithLiveState(status);
+  startAutoReleaseTimer();
+  if (isAutoConnectEnabled() && status == ConnectionStatus::allDisconnected && !isSwitching())
+    evaluateAutoConnect({"Setup", use_.networkStore.registeredPeer() != nullptr, false, autoConnectMaxRetries});
+  else
+    reconcileWithLiveState(status);
 }
 
 void DeviceManager::showNoDevicesConfigured() {
@@ -122,6 +136,7 @@ void DeviceManager::showNoDevicesConfigured() {
 
 void DeviceManager::handlePeerConnected() {
   logger.info("Peer connected to trackpad");
+  autoConnectRetryWorkItem_.cancel();
   endOperation();
   ownershipState_ = DeviceOwnershipState::otherMac;
   lastResult_ = "Other Mac has zolvex";
@@ -131,7 +146,9 @@ void DeviceManager::handlePeerConnected() {
 void DeviceManager::handlePeerReleased() {
   logger.info("Peer released trackpad");
   ownershipState_ = DeviceOwnershipState::released;
-  if (!use_.defaults.boolean(settings::autoConnect).value_or(false))
+  if (isAutoConnectEnabled())
+    evaluateAutoConnect({"Peer released", false, false, autoConnectMaxRetries});
+  else
     lastResult_ = "Peer released. Check Nearby Devices";
 }
 

@@ -1,12 +1,16 @@
 #pragma once
 
 #include "bluetooth/BluetoothPeripheralStore.h"
+#include "core/DelayedWork.h"
 #include "core/Lifetime.h"
 #include "core/MainQueue.h"
 #include "core/Published.h"
 #include "core/UserDefaults.h"
+#include "ownership/DeviceManagerTuning.h"
 #include "ownership/DeviceOwnershipState.h"
+#include "ownership/DisplayWaker.h"
 #include "ownership/OwnershipNotifier.h"
+#include "ownership/SessionEvents.h"
 #include "peer/NetworkDeviceStore.h"
 
 #include <cstdint>
@@ -18,18 +22,16 @@
 namespace zolvex {
 
 /// Decides whether the managed devices belong to this computer or to the other, and moves them.
-/// A connect flow: begin, ask the peer to let go, have every device connected here, fall back to a second pass when
-/// none came up, publish the outcome, tell the user and the peer. A release flow: begin, have every pairing removed,
-/// publish, tell the peer. Every flow captures `switchToken` when it begins; a step whose token is no longer current
-/// does nothing, so starting, cancelling or reconciling silently retires what came before.
+/// A connect flow asks the peer to let go, has every device connected here, falls back to a second pass when none came
+/// up, publishes the outcome, tells the user and the peer. A release flow has every pairing removed, publishes, tells
+/// the peer. A flow captures `switchToken` when it begins; a step whose token is no longer current does nothing.
+/// Both also start without a click: the devices come when the user starts, wakes or unlocks this computer, and go
+/// when it sleeps, is locked, its display sleeps, or after some hours. What stops such a start is only logged.
 /// The only writer of ownership state; one instance; main thread.
-class DeviceManager final : public PeerCommandHandler {
+class DeviceManager final : public DeviceManagerTuning, public PeerCommandHandler {
  public:
   using ConnectionStatus = BluetoothPeripheralStore::ConnectionStatus;
   using Completion = std::function<void()>;
-
-  static constexpr Seconds connectPollInterval{0.25};
-  static constexpr int connectPollLimit = 24;
 
   struct Collaborators {
     MainQueue& mainQueue;
@@ -37,6 +39,8 @@ class DeviceManager final : public PeerCommandHandler {
     BluetoothPeripheralStore& bluetoothStore;
     NetworkDeviceStore& networkStore;
     OwnershipNotifier& notifier;
+    SessionEvents& sessionEvents;
+    DisplayWaker& displayWaker;
   };
 
   explicit DeviceManager(Collaborators collaborators);
@@ -95,7 +99,6 @@ class DeviceManager final : public PeerCommandHandler {
 
   // The connect flow, in the order of its steps.
   bool beginConnect(bool connectMissing, std::string statusWhenNothingIsHere);
-  static bool isNothingToConnect(ConnectionStatus status, bool connectMissing);
   void askPeerToRelease(const ConnectFlow& flow);
   void peerAnswered(const ConnectFlow& flow, bool released);
   void startPass(const ConnectFlow& flow);
@@ -110,6 +113,25 @@ class DeviceManager final : public PeerCommandHandler {
   void beginRelease(std::shared_ptr<ReplyChannel> channel);
   void removeAllPairings(const std::shared_ptr<Release>& release);
   void finishRelease(const Release& release);
+  void publishRelease(bool succeeded);
+
+  // Automatic connect, in the order of its steps.
+  bool isAutoConnectEnabled() const;
+  void startObservers();
+  void handleWake(const std::string& reason);
+  void handleUnlock();
+  void evaluateAutoConnect(const AutoConnectAttempt& attempt);
+  bool mayAutoConnect(const AutoConnectAttempt& attempt) const;
+  void settle(const AutoConnectAttempt& attempt, int checksLeft);
+  void decideAutoConnect(const AutoConnectAttempt& attempt, ConnectionStatus status);
+  void autoConnect(const AutoConnectAttempt& attempt, ConnectionStatus status);
+  void retryAutoConnect(const AutoConnectAttempt& attempt);
+  void wakeDisplay();
+
+  // Automatic release. `inactive`: the user has left; the settings decide whether that counts.
+  void scheduleInactiveRelease(const std::string& reason);
+  void releaseForAutomation(const std::string& reason, bool inactive);
+  void startAutoReleaseTimer();
 
   Collaborators use_;
   Published<bool> isSwitching_;
@@ -117,7 +139,11 @@ class DeviceManager final : public PeerCommandHandler {
   Published<DeviceOwnershipState> ownershipState_{DeviceOwnershipState::unknown};
   std::optional<SwitchOperation> currentOperation_;
   std::int64_t switchToken_ = 0;
-  WorkItem connectPoll_;
+  WorkItem connectPoll_, autoReleaseTimer_, autoConnectRetryWorkItem_, pendingInactiveReleaseWorkItem_;
+  Date lastAutoConnectAttempt_ = distantPast;
+  DelayedWork evaluations_;  ///< Of automatic connect, on their way to a decision.
+  Subscription screenLockedObserver_, screenSleepObserver_, screenWakeObserver_;
+  Subscription screenUnlockObserver_, systemSleepObserver_, systemWakeObserver_;
   Lifetime lifetime_;
 };
 

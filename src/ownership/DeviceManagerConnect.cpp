@@ -10,6 +10,11 @@ namespace {
 
 constexpr Logger logger("DeviceManager");
 
+bool isNothingToConnect(DeviceManager::ConnectionStatus status, bool connectMissing) {
+  using enum DeviceManager::ConnectionStatus;
+  return status == allConnected || (status == partial && !connectMissing);
+}
+
 }  // namespace
 
 void DeviceManager::connectToThisMac(bool connectMissing, Completion completion) {
@@ -30,6 +35,7 @@ void DeviceManager::forceConnect(bool connectMissing, Completion completion) {
 
 bool DeviceManager::beginConnect(bool connectMissing, std::string statusWhenNothingIsHere) {
   if (isSwitching()) return false;
+  autoConnectRetryWorkItem_.cancel();
   const auto status = use_.bluetoothStore.connectionStatus();
   if (isNothingToConnect(status, connectMissing)) {
     reconcileWithLiveState(status);
@@ -39,10 +45,6 @@ bool DeviceManager::beginConnect(bool connectMissing, std::string statusWhenNoth
       status == ConnectionStatus::partial ? "Connecting missing devices..." : std::move(statusWhenNothingIsHere),
       SwitchOperation::connecting, DeviceOwnershipState::switchingToThisMac);
   return true;
-}
-
-bool DeviceManager::isNothingToConnect(ConnectionStatus status, bool connectMissing) {
-  return status == ConnectionStatus::allConnected || (status == ConnectionStatus::partial && !connectMissing);
 }
 
 void DeviceManager::askPeerToRelease(const ConnectFlow& flow) {
@@ -121,6 +123,7 @@ void DeviceManager::finishPass(ConnectPass& pass) {
 }
 
 void DeviceManager::announceConnected(const ConnectFlow& flow) {
+  startAutoReleaseTimer();
   if (flow.completion) flow.completion();
   if (use_.networkStore.registeredPeer()) use_.networkStore.sendCommand(DeviceCommand::connected, {});
 }

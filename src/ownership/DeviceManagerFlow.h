@@ -4,8 +4,8 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <utility>
-#include <vector>
 
 // What the flows of DeviceManager hand from step to step. Included by its sources only.
 
@@ -27,8 +27,9 @@ struct DeviceManager::ConnectPass {
 
 /// One removal of every pairing.
 struct DeviceManager::Release {
-  std::shared_ptr<ReplyChannel> channel;  ///< Where the peer waits for the answer; null when nobody asked.
-  std::size_t devicesLeft;
+  std::string reason = {};                     ///< What started it, for an automatic release; begins its status texts.
+  std::shared_ptr<ReplyChannel> channel = {};  ///< Where the peer waits for the answer; null when nobody asked.
+  std::size_t devicesLeft = 0;
   bool allRemoved = true;
 };
 

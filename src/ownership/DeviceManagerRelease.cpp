@@ -23,12 +23,15 @@ void DeviceManager::handlePleaseRelease(std::shared_ptr<ReplyChannel> channel) {
 }
 
 void DeviceManager::beginRelease(std::shared_ptr<ReplyChannel> channel) {
+  autoConnectRetryWorkItem_.cancel();
   beginOperation("Releasing...", SwitchOperation::releasing, DeviceOwnershipState::releasing);
+  autoReleaseTimer_.cancel();
   logger.info("Release: removing all devices");
-  removeAllPairings(std::make_shared<Release>(Release{std::move(channel), use_.bluetoothStore.peripherals().size()}));
+  removeAllPairings(std::make_shared<Release>(Release{.channel = std::move(channel)}));
 }
 
 void DeviceManager::removeAllPairings(const std::shared_ptr<Release>& release) {
+  release->devicesLeft = use_.bluetoothStore.peripherals().size();
   if (release->devicesLeft == 0) return finishRelease(*release);
   auto& store = use_.bluetoothStore;
   const auto finish = whileCurrent([this, release] { finishRelease(*release); });
@@ -42,18 +45,24 @@ void DeviceManager::removeAllPairings(const std::shared_ptr<Release>& release) {
 
 void DeviceManager::finishRelease(const Release& release) {
   endOperation();
-  if (release.allRemoved) {
-    ownershipState_ = DeviceOwnershipState::released;
-    lastResult_ = "Released. Pair on other Mac";
-    logger.info("Release: done");
-  } else {
-    ownershipState_ = DeviceOwnershipState::failed;
-    lastResult_ = "Release may have failed";
-    logger.error("Release: not all devices disconnected");
-  }
+  ownershipState_ = release.allRemoved ? DeviceOwnershipState::released : DeviceOwnershipState::failed;
+  if (release.reason.empty())
+    publishRelease(release.allRemoved);
+  else
+    lastResult_ = release.reason + (release.allRemoved ? ": released" : ": release failed");
   if (release.channel) use_.networkStore.replyPleaseRelease(release.allRemoved, *release.channel);
   if (release.allRemoved && use_.networkStore.registeredPeer())
     use_.networkStore.sendCommand(DeviceCommand::released, {});
+}
+
+void DeviceManager::publishRelease(bool succeeded) {
+  if (succeeded) {
+    lastResult_ = "Released. Pair on other Mac";
+    logger.info("Release: done");
+  } else {
+    lastResult_ = "Release may have failed";
+    logger.error("Release: not all devices disconnected");
+  }
 }
 
 }  // namespace zolvex

@@ -210,7 +210,7 @@ TEST_F(ControlServiceTest, returnsWithItsBus) {
 TEST_F(ControlServiceTest, aSecondServiceOnTheSameBusIsLogged) {
   world.log.expectError("another program has the bus name; zolvexctl cannot reach this one");
   BusLink otherLink(computer.queue, "session bus", computer.bus.address().toStdString());
-  const ControlService other(computer.controlled(), otherLink);
+  const ControlService other(computer.controlled(), computer.decisions, otherLink);
   otherLink.start();
   ASSERT_TRUE(runUntil(
       [&] { return world.log.contains("another program has the bus name; zolvexctl cannot reach this one"); }));

@@ -76,7 +76,7 @@ TEST_F(ControlSettingsTest, showsTheFiveInEffect) {
   const auto all = settings_.all();
   EXPECT_EQ(all.keys(), (QStringList{u"autoConnect"_s, u"autoRelease"_s, u"autoReleaseHours"_s,
                                      u"globalHotkeyEnabled"_s, u"transportMode"_s}));
-  EXPECT_EQ(all[u"autoConnect"_s], QVariant(true));
+  EXPECT_EQ(all[u"autoConnect"_s], QVariant(false));
   EXPECT_EQ(all[u"autoReleaseHours"_s], QVariant(-1.0));
   EXPECT_EQ(all[u"transportMode"_s], QVariant(u"bonjour"_s));
 }

@@ -24,7 +24,7 @@ class ControlWorld {
       : world(devices, hasPeer) {
     busStarted = bus.start();
     setPaired(pairedHere);
-    service.emplace(controlled(), link);
+    service.emplace(controlled(), decisions, link);
     link.start();
   }
 
@@ -45,6 +45,7 @@ class ControlWorld {
   lab::PrivateBus bus;
   bool busStarted = false;
   QtMainQueue queue;
+  LogFeed decisions{queue, {"DeviceManager"}};
   BusLink link{queue, "session bus", bus.address().toStdString()};
   std::optional<control::ControlService> service;
 

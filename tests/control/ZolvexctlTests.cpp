@@ -283,6 +283,18 @@ TEST_F(ZolvexctlTest, watchShowsChangesAsTheyHappen) {
   EXPECT_TRUE(program.prints("{\"ownershipState\":\"released\"}\n{\"lastResult\":\"Not connected\"}\n"));
 }
 
+TEST_F(ZolvexctlTest, watchShowsWhatIsDecidedAndWhy) {
+  auto lines = start({u"watch"_s});
+  auto json = start({u"watch"_s, u"--json"_s});
+  ASSERT_TRUE(lines.prints("Devices:"));
+  ASSERT_TRUE(json.prints("\"ownershipState\":\"unknown\""));
+  world.session.happens(SessionEvent::screenLocked);
+  EXPECT_TRUE(lines.prints(" DeviceManager: Screen lock: inactive release skipped by auto-release settings\n"));
+  EXPECT_TRUE(
+      json.prints("{\"logged\":{\"category\":\"DeviceManager\",\"message\":"
+                  "\"Screen lock: inactive release skipped by auto-release settings\"}}\n"));
+}
+
 TEST_F(ZolvexctlTest, watchEndsWithZolvex) {
   auto program = start({u"watch"_s});
   ASSERT_TRUE(program.prints("Devices:"));

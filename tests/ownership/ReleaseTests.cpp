@@ -1,4 +1,3 @@
-#include "core/SettingsKeys.h"
 #include "support/World.h"
 
 #include <gtest/gtest.h>
@@ -156,18 +155,10 @@ TEST(PleaseRelease, ofACancelledReleaseIsNeverAnswered) {
 
 TEST(PeerReleased, withAutomaticConnectOffSaysWhatToDo) {
   World world;
-  world.defaults.set(settings::autoConnect, false);
   world.peer.receive("RELEASED");
   EXPECT_EQ(world.manager().ownershipState(), released);
   EXPECT_EQ(world.statusTexts, Texts{"Peer released. Check Nearby Devices"});
   EXPECT_TRUE(world.log.contains("Peer released trackpad"));
-}
-
-TEST(PeerReleased, withAutomaticConnectOnLeavesTheStatusText) {
-  World world;
-  world.peer.receive("RELEASED");
-  EXPECT_EQ(world.manager().ownershipState(), released);
-  EXPECT_TRUE(world.statusTexts.empty());
 }
 
 TEST(PeerReleased, duringAConnectDoesNotEndIt) {

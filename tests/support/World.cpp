@@ -20,7 +20,7 @@ World::World(const std::vector<std::string>& devices, bool hasPeer)
   writeSettings(devices, hasPeer);
   store_.emplace(time, bluetoothQueue, defaults, workerClient);
   network_.emplace(time, defaults, NetworkDeviceStore::Transports{nullptr, peer});
-  manager_.emplace(DeviceManager::Collaborators{time, defaults, *store_, *network_, *notifier_});
+  manager_.emplace(DeviceManager::Collaborators{time, defaults, *store_, *network_, *notifier_, session, session});
   network_->start(*manager_);
   subscriptions_.push_back(manager_->observeLastResult([this](const auto& text) { statusTexts.push_back(text); }));
   subscriptions_.push_back(manager_->observeOwnershipState([this](auto state) { states.push_back(state); }));
@@ -34,6 +34,10 @@ void World::haveConnected(std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) store_->markConnected(store_->peripherals()[i].id);
 }
 
+void World::enableAutoConnect() {
+  defaults.set(settings::autoConnect, true);
+}
+
 void World::writeSettings(const std::vector<std::string>& devices, bool hasPeer) {
   StringArray addresses;
   StringDictionary names;
@@ -44,7 +48,7 @@ void World::writeSettings(const std::vector<std::string>& devices, bool hasPeer)
   defaults.set(settings::managedDeviceAddresses, addresses);
   defaults.set(settings::deviceNames, names);
   defaults.set(settings::transportMode, std::string(settings::transportBonjour));
-  defaults.registerDefaults({{std::string(settings::autoConnect), true}});
+  defaults.registerDefaults({{std::string(settings::autoConnect), false}});
   const std::vector peers{peerRecord(time.now())};
   if (hasPeer) defaults.set(settings::networkDevices, *encodeNetworkDevices(peers));
 }

@@ -2,6 +2,7 @@
 
 #include "ownership/DeviceManager.h"
 #include "support/FakePeerTransport.h"
+#include "support/FakeSession.h"
 #include "support/FakeWorkers.h"
 #include "support/LogCapture.h"
 #include "support/MemoryUserDefaults.h"
@@ -43,6 +44,9 @@ class World {
   /// Makes `count` devices, in list order, known as connected.
   void haveConnected(std::size_t count);
 
+  /// Automatic connect is off until a test turns it on.
+  void enableAutoConnect();
+
   LogCapture log;
   VirtualTime time;
   MemoryUserDefaults defaults;
@@ -50,6 +54,7 @@ class World {
   BluetoothWorkerClient workerClient{workers, "/opt/zolvex"};
   VirtualSerialQueue bluetoothQueue{time};
   FakePeerTransport peer{time};
+  FakeSession session;
 
  private:
   class Notifier;

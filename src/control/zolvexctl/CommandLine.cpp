@@ -35,7 +35,7 @@ constexpr std::array commands{
     CommandDescription{"settings", "[KEY [VALUE]]", 0, 2, "j", "Show the settings, or one, or change one",
                        "Keys: autoConnect, autoRelease, globalHotkeyEnabled (true or false); autoReleaseHours (1/60,\n"
                        "5/60, 1, 8, or -1 for when locked); transportMode (bluetooth or bonjour).\n"},
-    CommandDescription{"watch", "", 0, 0, "j", "Show what changes, until interrupted", ""},
+    CommandDescription{"watch", "", 0, 0, "j", "Show what changes and what is decided, until interrupted", ""},
 };
 
 struct Option {

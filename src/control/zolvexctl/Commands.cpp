@@ -214,6 +214,9 @@ int Commands::watch() {
   const auto changes = client_.assigned.observe([this](const QString& name, const QVariant& value) {
     print(invocation_.json ? report::changeJson(name, value) : report::change(name, value));
   });
+  const auto lines = client_.logged.observe([this](const QString& category, const QString& message) {
+    print(invocation_.json ? report::logLineJson(category, message) : report::logLine(category, message));
+  });
   const int result = QCoreApplication::exec();
   complain("Zolvex has ended.");
   return result;

@@ -22,6 +22,10 @@ std::string shown(const QString& text) {
   return escapedForLog(text.toStdString());
 }
 
+std::string timeNow() {
+  return QTime::currentTime().toString(u"HH:mm:ss.zzz"_s).toStdString();
+}
+
 std::string yesNo(bool value) {
   return value ? "yes" : "no";
 }
@@ -171,7 +175,7 @@ std::string settingJson(const QVariant& value) {
 }
 
 std::string change(const QString& name, const QVariant& value) {
-  auto text = fmt::format("{} {}: ", QTime::currentTime().toString(u"HH:mm:ss.zzz"_s).toStdString(), shown(name));
+  auto text = fmt::format("{} {}: ", timeNow(), shown(name));
   if (name == "Devices"_L1) return text + "\n" + lines<DeviceRows>(value, "  ");
   if (name == "RegisteredPeers"_L1 || name == "DiscoveredPeers"_L1) return text + "\n" + lines<PeerRows>(value, "  ");
   return text + shown(value.toString()) + "\n";
@@ -179,6 +183,15 @@ std::string change(const QString& name, const QVariant& value) {
 
 std::string changeJson(const QString& name, const QVariant& value) {
   return compact(QJsonDocument(QJsonObject{{jsonKey(name), jsonValue(name, value)}}));
+}
+
+std::string logLine(const QString& category, const QString& message) {
+  return fmt::format("{} {}: {}\n", timeNow(), shown(category), shown(message));
+}
+
+std::string logLineJson(const QString& category, const QString& message) {
+  const QJsonObject line{{u"category"_s, category}, {u"message"_s, message}};
+  return compact(QJsonDocument(QJsonObject{{u"logged"_s, line}}));
 }
 
 }  // namespace zolvex::control::report

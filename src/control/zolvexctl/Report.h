@@ -32,6 +32,10 @@ std::string settingJson(const QVariant& value);
 std::string change(const QString& name, const QVariant& value);
 std::string changeJson(const QString& name, const QVariant& value);
 
+/// One log line.
+std::string logLine(const QString& category, const QString& message);
+std::string logLineJson(const QString& category, const QString& message);
+
 }  // namespace report
 
 }  // namespace zolvex::control

@@ -82,6 +82,7 @@ ZolvexClient::Result ZolvexClient::send(const QDBusMessage& message, std::chrono
 void ZolvexClient::watch() {
   connection_.connect(serviceName, objectPath, propertiesInterface, u"PropertiesChanged"_s, this,
                       SLOT(propertiesChanged(QString, QVariantMap, QStringList)));
+  connection_.connect(serviceName, objectPath, interfaceName, u"Logged"_s, this, SLOT(loggedLine(QString, QString)));
   connection_.connect(QString(), u"/org/freedesktop/DBus/Local"_s, u"org.freedesktop.DBus.Local"_s, u"Disconnected"_s,
                       this, SLOT(disconnected()));
   auto* watcher = new QDBusServiceWatcher(serviceName, connection_, QDBusServiceWatcher::WatchForUnregistration, this);
@@ -91,6 +92,10 @@ void ZolvexClient::watch() {
 void ZolvexClient::propertiesChanged(const QString& interface, const QVariantMap& values, const QStringList&) {
   if (interface != interfaceName) return;
   for (auto item = values.begin(); item != values.end(); ++item) assigned.emit(item.key(), item.value());
+}
+
+void ZolvexClient::loggedLine(const QString& category, const QString& message) {
+  logged.emit(category, message);
 }
 
 void ZolvexClient::disconnected() {

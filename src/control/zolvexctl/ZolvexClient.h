@@ -36,16 +36,18 @@ class ZolvexClient final : public QObject {
   /// All properties.
   State state();
 
-  /// From now on `assigned` and `ended` tell, from within the event loop.
+  /// From now on `assigned`, `logged` and `ended` tell, from within the event loop.
   void watch();
   Signal<const QString&, const QVariant&> assigned;
-  Signal<> ended;  ///< The application or the bus is gone.
+  Signal<const QString&, const QString&> logged;  ///< Category and message.
+  Signal<> ended;                                 ///< The application or the bus is gone.
 
  private:
   Result send(const QDBusMessage& message, std::chrono::milliseconds limit);
 
  private Q_SLOTS:
   void propertiesChanged(const QString& interface, const QVariantMap& values, const QStringList& invalidated);
+  void loggedLine(const QString& category, const QString& message);
   void disconnected();
 
  private:
