@@ -1,5 +1,6 @@
 #include "lab/PrivateBus.h"
 #include "platform/linux/BusLink.h"
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/QtMainQueue.h"
 #include "support/EventLoop.h"
 #include "support/LogCapture.h"
@@ -9,12 +10,47 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
 
 namespace zolvex::test {
 namespace {
+
+/// Lets its first client in and then says no more.
+class BusThatOnlyAuthenticates {
+ public:
+  BusThatOnlyAuthenticates() {
+    sockaddr_un name{};
+    name.sun_family = AF_UNIX;
+    name_.copy(name.sun_path + 1, name_.size());
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name_.size());
+    isListening_ =
+        bind(listener_.get(), reinterpret_cast<const sockaddr*>(&name), length) == 0 && listen(listener_.get(), 1) == 0;
+    server_ = std::jthread([this] {
+      client_ = FileDescriptor(accept(listener_.get(), nullptr, nullptr));
+      constexpr std::string_view welcome = "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n";
+      send(client_.get(), welcome.data(), welcome.size(), MSG_NOSIGNAL);
+    });
+  }
+  ~BusThatOnlyAuthenticates() { shutdown(listener_.get(), SHUT_RDWR); }
+
+  QString address() const { return QString::fromStdString("unix:abstract=" + (isListening_ ? name_ : "")); }
+
+ private:
+  std::string name_ = "zolvex-test-bus-" + std::to_string(getpid());
+  FileDescriptor listener_{socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+  FileDescriptor client_{-1};
+  bool isListening_ = false;
+  std::jthread server_;
+};
 
 auto threadCount() {
   return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
@@ -129,6 +165,18 @@ TEST_F(BusLinkTest, aBusThatAcceptsButNeverAnswersBlocksNobody) {
   EXPECT_FALSE(link->isConnected());
   kill(daemon, SIGCONT);
   EXPECT_TRUE(runUntil([&] { return arrivals == 1; }));
+}
+
+TEST_F(BusLinkTest, aBusThatFallsSilentWhileItIsConnectedToBlocksNobody) {
+  log.expectError("no test bus yet, waiting for it: there is no answer at ");
+  const BusThatOnlyAuthenticates silent;
+  make(silent.address());
+  lab::PrivateBus otherBus;
+  ASSERT_TRUE(otherBus.start());
+  BusLink otherLink(queue, "other bus", otherBus.address().toStdString());
+  otherLink.start();
+  EXPECT_TRUE(runUntil([&] { return otherLink.isConnected() && log.lines().size() == 2; }));
+  EXPECT_FALSE(link->isConnected());
 }
 
 TEST_F(BusLinkTest, usersMayMakeTheirSubscriptionsFromWithinTheNews) {

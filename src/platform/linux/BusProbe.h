@@ -8,9 +8,9 @@ namespace zolvex {
 /// How long a bus may take to speak before it counts as hung.
 inline constexpr std::chrono::milliseconds busProbeLimit{2'000};
 
-/// Whether the bus at `address` answers at all: connects and asks which authentications there are. Connecting with Qt
-/// to a bus that accepts but never speaks would hold up every other bus of this process, without a limit.
-/// Blocks for at most `limit`. Addresses other than "unix:path=..." and "unix:abstract=..." are not judged and pass.
+/// Whether the bus at `address` answers: connects to it up to the reply to "Hello". Connecting with Qt to a bus that
+/// falls silent on that way would hold up every other bus of this process, without a limit.
+/// Blocks for at most `limit`. Any thread.
 bool busAnswers(const std::string& address, std::chrono::milliseconds limit = busProbeLimit);
 
 }  // namespace zolvex
