@@ -13,6 +13,7 @@ namespace {
 
 constexpr int startLimitMilliseconds = 20'000;
 constexpr double kibibytesPerMebibyte = 1024;
+constexpr double nanosecondsPerSecond = 1e9;
 
 /// The number behind `name` in a file of lines like "Pss:   123 kB".
 long field(const std::filesystem::path& file, const std::string& name) {
@@ -60,7 +61,10 @@ IdleProcess::Cost IdleProcess::cost() const {
       field(process / "smaps_rollup", "Private_Clean:") + field(process / "smaps_rollup", "Private_Dirty:");
   cost.privateMebibytes = static_cast<double>(privateSize) / kibibytesPerMebibyte;
   std::error_code error;
+  double nanoseconds = 0;
   for (const auto& thread : std::filesystem::directory_iterator(process / "task", error)) {
+    std::ifstream(thread.path() / "schedstat") >> nanoseconds;
+    cost.cpuSeconds += nanoseconds / nanosecondsPerSecond;
     cost.wakeUps += field(thread.path() / "status", "voluntary_ctxt_switches:");
     ++cost.threads;
   }

@@ -16,6 +16,7 @@ class IdleProcess {
     double privateMebibytes = 0;    ///< Memory that only this process uses.
     double sharedOutMebibytes = 0;  ///< PSS: that, and its share of what it shares.
     long wakeUps = 0;               ///< Voluntary context switches of all threads since their start.
+    double cpuSeconds = 0;          ///< Of all threads since their start.
     int threads = 0;
   };
 

@@ -4,13 +4,16 @@
 #include <QCoreApplication>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <string>
 #include <thread>
+#include <vector>
 
-// The headless application while nothing happens, beside the least that a program on the two buses can be: memory, and
-// how often it is woken up. "bench-idle [SECONDS]" watches for that long, 60 s by default.
+// The headless application while nothing happens, beside the least that a program on the two buses can be: memory, how
+// often it is woken up, and processor time. "bench-idle [SECONDS]" watches for that long, 60 s by default.
 
 using namespace zolvex;
 using namespace zolvex::bench;
@@ -36,10 +39,23 @@ QByteArray settingsWithPeer(const std::string& port) {
       port + R"(}]"})");
 }
 
-void printRow(const char* name, const Cost& before, const Cost& after, const Cost& bare, double seconds) {
-  const auto wakeUps = static_cast<double>(after.wakeUps - before.wakeUps) / seconds;
-  fmt::print("{:<34} {:>8.1f} {:>8.1f} {:>8.2f} {:>8} {:>12.3f}\n", name, after.sharedOutMebibytes,
-             after.privateMebibytes, after.sharedOutMebibytes / bare.sharedOutMebibytes, after.threads, wakeUps);
+struct Watched {
+  const char* name;
+  const IdleProcess& process;
+  Cost before = {};
+  Cost after = {};
+};
+
+void printTable(const std::vector<Watched>& all, double seconds) {
+  fmt::print("Idle for {} s\n{:<34} {:>8} {:>8} {:>8} {:>8} {:>12} {:>8}\n", seconds, "", "PSS MiB", "own MiB", "ratio",
+             "threads", "wake-ups/s", "CPU %");
+  for (const auto& [name, process, before, after] : all) {
+    const auto ratio = after.sharedOutMebibytes / all.front().after.sharedOutMebibytes;
+    const auto wakeUps = static_cast<double>(after.wakeUps - before.wakeUps) / seconds;
+    const auto cpuPercent = (after.cpuSeconds - before.cpuSeconds) / seconds * 100;
+    fmt::print("{:<34} {:>8.1f} {:>8.1f} {:>8.2f} {:>8} {:>12.3f} {:>8.4f}\n", name, after.sharedOutMebibytes,
+               after.privateMebibytes, ratio, after.threads, wakeUps, cpuPercent);
+  }
 }
 
 }  // namespace
@@ -48,32 +64,32 @@ int main(int argc, char** argv) {
   QCoreApplication application(argc, argv);
   const double seconds = argc > 1 ? std::atof(argv[1]) : defaultWatchSeconds;
   lab::PrivateBus system;
-  lab::PrivateBus session;
-  lab::PrivateBus otherSession;
-  if (!(seconds > 0) || !system.start() || !session.start() || !otherSession.start()) {
+  std::array<lab::PrivateBus, 3> sessions;
+  if (!(seconds > 0) || !system.start() ||
+      !std::all_of(sessions.begin(), sessions.end(), [](auto& bus) { return bus.start(); })) {
     fmt::print(stderr, "usage: bench-idle [SECONDS]; it needs dbus-daemon\n");
     return EXIT_FAILURE;
   }
-  const auto environment = environmentOf(system, session);
   const QString zolvexProgram = QStringLiteral(ZOLVEX);
-  IdleProcess bare(QStringLiteral(BARE_QT_PROGRAM), environment);
-  IdleProcess alone(zolvexProgram, environment, R"({"transportMode": "bonjour"})");
-  const auto port = alone.waitFor("Listener ready: Port ");
-  IdleProcess checking(zolvexProgram, environmentOf(system, otherSession), settingsWithPeer(port));
-  if (bare.waitFor("ready").empty() || port.empty() || checking.waitFor("connected to the session bus").empty()) {
+  IdleProcess bare(QStringLiteral(BARE_QT_PROGRAM), environmentOf(system, sessions[0]));
+  IdleProcess alone(zolvexProgram, environmentOf(system, sessions[0]), R"({"transportMode": "bonjour"})");
+  IdleProcess asked(zolvexProgram, environmentOf(system, sessions[1]), R"({"transportMode": "bonjour"})");
+  const auto port = asked.waitFor("Listener ready: Port ");
+  IdleProcess asking(zolvexProgram, environmentOf(system, sessions[2]), settingsWithPeer(port));
+  if (bare.waitFor("ready").empty() || alone.waitFor("connected to the session bus").empty() || port.empty() ||
+      asking.waitFor("connected to the session bus").empty()) {
     fmt::print(stderr, "a program did not start\n");
     return EXIT_FAILURE;
   }
 
+  std::vector<Watched> all{{"bare Qt program on two buses", bare},
+                           {"zolvex, without a peer", alone},
+                           {"zolvex, asked by a peer", asked},
+                           {"zolvex, asks its peer every 15 s", asking}};
   std::this_thread::sleep_for(settleTime);
-  const Cost before[] = {bare.cost(), alone.cost(), checking.cost()};
+  for (auto& watched : all) watched.before = watched.process.cost();
   std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-  const Cost after[] = {bare.cost(), alone.cost(), checking.cost()};
-
-  fmt::print("Idle for {} s\n{:<34} {:>8} {:>8} {:>8} {:>8} {:>12}\n", seconds, "", "PSS MiB", "own MiB", "ratio",
-             "threads", "wake-ups/s");
-  printRow("bare Qt program on two buses", before[0], after[0], after[0], seconds);
-  printRow("zolvex, asked by a peer", before[1], after[1], after[0], seconds);
-  printRow("zolvex, asks its peer every 15 s", before[2], after[2], after[0], seconds);
+  for (auto& watched : all) watched.after = watched.process.cost();
+  printTable(all, seconds);
   return EXIT_SUCCESS;
 }
