@@ -83,7 +83,9 @@ void X11DisplayPower::readable() {
   if (connection_->isBroken()) return drop();
   if (answer) answered(*answer);
   isStale_ |= hasChanged;
-  if (isStale_ && !isAsking_) ask();
+  if (isAsking_) return;
+  if (isWakeWanted_) return wakeDisplay();
+  if (isStale_) ask();
 }
 
 void X11DisplayPower::answered(bool isOff) {
@@ -102,6 +104,7 @@ void X11DisplayPower::silent() {
 void X11DisplayPower::drop() {
   limit_.cancel();
   isAsking_ = false;
+  isWakeWanted_ = false;
   // Not at once: it may be its own signal that is being handled.
   notifier_->setEnabled(false);
   notifier_.release()->deleteLater();
@@ -112,6 +115,7 @@ void X11DisplayPower::drop() {
 
 void X11DisplayPower::wakeDisplay() {
   // While an answer is missing nothing more is sent, so that it never piles up before a server that hangs.
+  isWakeWanted_ = isAsking_;
   if (!connection_ || isAsking_) return;
   connection_->wakeDisplay();
   ask();

@@ -34,7 +34,8 @@ class X11DisplayPower {
   /// Lights the displays, when the server is there and answers.
   void wakeDisplay();
 
-  bool isConnected() const { return connection_ != nullptr; }
+  /// Whether a server is there and has said how its displays are.
+  bool isFollowing() const { return connection_ != nullptr && wasFound_; }
 
  private:
   struct Attempt;
@@ -56,8 +57,9 @@ class X11DisplayPower {
   std::unique_ptr<X11Connection> connection_;
   std::unique_ptr<QSocketNotifier> notifier_;
   bool isAsking_ = false;
-  bool isStale_ = false;   // something has changed since the last question
-  bool wasFound_ = false;  // since it connected
+  bool isStale_ = false;       // something has changed since the last question
+  bool isWakeWanted_ = false;  // once the answer has come
+  bool wasFound_ = false;      // since it connected
   bool isAbsenceLogged_ = false;
   bool isSilenceLogged_ = false;
   WorkItem next_;  // the next attempt or question
