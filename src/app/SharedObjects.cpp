@@ -30,6 +30,7 @@ SharedObjects::SharedObjects()
       sessionBus_(mainQueue_, BusLink::Bus::session),
       hostName_(systemBus_),
       notificationCenter_(sessionBus_),
+      session_(mainQueue_, systemBus_, sessionBus_),
       workerClient_(launcher_, ownExecutable()),
       bluetoothQueue_("com.zolvex.bluetooth"),
       scanQueue_("com.zolvex.scan"),
@@ -40,7 +41,9 @@ SharedObjects::SharedObjects()
       bluetoothStore_(mainQueue_, bluetoothQueue_, withRegisteredDefaults(defaults_), workerClient_),
       networkStore_(mainQueue_, defaults_, {.bluetooth = nullptr, .bonjour = bonjour_}),
       notifier_(notificationCenter_, bluetoothStore_, networkStore_, hostName_),
-      deviceManager_({mainQueue_, defaults_, bluetoothStore_, networkStore_, notifier_, session_, session_}),
+      deviceManager_({mainQueue_, defaults_, bluetoothStore_, networkStore_, notifier_, session_.events(),
+                      session_.displayWaker()}),
+      sleepPreparation_({mainQueue_, deviceManager_, networkStore_, session_.events(), session_.sleepInhibitor()}),
       control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_},
                decisions_, sessionBus_) {}
 
@@ -55,6 +58,7 @@ void SharedObjects::start() {
   networkStore_.start(deviceManager_);
   systemBus_.start();
   sessionBus_.start();
+  session_.start();
 }
 
 }  // namespace zolvex

@@ -6,8 +6,7 @@
 #include "core/LogFeed.h"
 #include "core/ThreadQueue.h"
 #include "ownership/DeviceManager.h"
-#include "ownership/DisplayWaker.h"
-#include "ownership/SessionEvents.h"
+#include "ownership/SleepPreparation.h"
 #include "peer/NetworkDeviceStore.h"
 #include "peer/bonjour/BonjourTransport.h"
 #include "peer/bonjour/NetworkThread.h"
@@ -17,6 +16,7 @@
 #include "platform/linux/BusLink.h"
 #include "platform/linux/DesktopNotificationCenter.h"
 #include "platform/linux/HostName1.h"
+#include "platform/linux/LinuxSession.h"
 #include "platform/linux/PosixProcessLauncher.h"
 #include "platform/linux/QSettingsDefaults.h"
 #include "platform/linux/QtMainQueue.h"
@@ -25,16 +25,10 @@
 namespace zolvex {
 
 /// Every long-lived object of the application, made once and in this order, each given what it needs. Construction
-/// registers the default settings; start() brings up the peer link and the buses, none of which need exist.
+/// registers the default settings; start() brings up the peer link, the buses and the watch over the session, none of
+/// which need exist.
 /// Destruction ends running workers and drops waiting work; the devices are not released. Main thread.
 class SharedObjects {
-  /// A session of which nothing is known.
-  class UnknownSession final : public SessionEvents, public DisplayWaker {
-   public:
-    Subscription observe(SessionEvent, std::function<void()>) override { return {}; }
-    void wakeDisplay() override {}
-  };
-
  public:
   SharedObjects();
   ~SharedObjects();
@@ -51,6 +45,7 @@ class SharedObjects {
   BusLink sessionBus_;
   HostName1 hostName_;
   DesktopNotificationCenter notificationCenter_;
+  LinuxSession session_;
 
   PosixProcessLauncher launcher_;
   BluetoothWorkerClient workerClient_;
@@ -63,11 +58,11 @@ class SharedObjects {
   AvahiBrowser browser_;
   BonjourTransport bonjour_;
 
-  UnknownSession session_;
   BluetoothPeripheralStore bluetoothStore_;
   NetworkDeviceStore networkStore_;
   ZolvexNotifier notifier_;
   DeviceManager deviceManager_;
+  SleepPreparation sleepPreparation_;
   control::ControlService control_;
 };
 
