@@ -51,7 +51,8 @@ class BusService final : public QObject {
   [[nodiscard]] Subscription listen(const QString& path, const QString& interface, const QString& member,
                                     Handler handler);
 
-  /// `answer` gets the reply or the error, at the latest after answerLimit, but not from an instance that has ended.
+  /// `answer` gets the reply or the error, at the latest after answerLimit. It gets nothing when the service is absent,
+  /// or has ended by then.
   void call(const QString& path, const QString& interface, const QString& method, const QVariantList& arguments,
             Handler answer);
 

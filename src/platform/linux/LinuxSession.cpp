@@ -13,9 +13,13 @@ constexpr Logger logger("SessionEvents");
 const auto freedesktopName = u"org.freedesktop.ScreenSaver"_s;
 const auto gnomeName = u"org.gnome.ScreenSaver"_s;
 
+bool isWaylandSession() {
+  return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || qEnvironmentVariable("XDG_SESSION_TYPE") == "wayland"_L1;
+}
+
 /// The display of the session's own X server. The one that a Wayland session offers besides knows nothing of displays.
 QString ownX11Display() {
-  return qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ? qEnvironmentVariable("DISPLAY") : QString();
+  return isWaylandSession() ? QString() : qEnvironmentVariable("DISPLAY");
 }
 
 }  // namespace

@@ -56,7 +56,6 @@ void X11DisplayPower::attemptEnded(Attempt& attempt) {
   if (!connection_) return missing("no X server that tells of its displays yet at");
   isAbsenceLogged_ = false;
   logger.info("connected to the X server {}", display_);
-  wasFound_ = false;
   notifier_ = std::make_unique<QSocketNotifier>(connection_->descriptor(), QSocketNotifier::Read);
   QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { readable(); });
   ask();
@@ -98,6 +97,7 @@ void X11DisplayPower::answered(bool isOff) {
 
 void X11DisplayPower::silent() {
   if (!std::exchange(isSilenceLogged_, true)) logger.error("the X server {} does not answer", display_);
+  wasFound_ = false;
   displayOff_.lost(source_);
 }
 
@@ -105,6 +105,7 @@ void X11DisplayPower::drop() {
   limit_.cancel();
   isAsking_ = false;
   isWakeWanted_ = false;
+  wasFound_ = false;
   // Not at once: it may be its own signal that is being handled.
   notifier_->setEnabled(false);
   notifier_.release()->deleteLater();

@@ -69,7 +69,14 @@ struct DbusmockTest : SessionWorld {
         call(u"org.freedesktop.login1"_s, managerPath, u"org.freedesktop.login1.Manager"_s, u"ListInhibitors"_s, {});
     const auto list = reply.arguments().value(0).value<QDBusArgument>();
     qsizetype count = 0;
-    for (list.beginArray(); !list.atEnd(); ++count) list.asVariant();
+    for (list.beginArray(); !list.atEnd(); ++count) {
+      QString what, who, why, mode;
+      uint user = 0, process = 0;
+      list.beginStructure();
+      list >> what >> who >> why >> mode >> user >> process;
+      list.endStructure();
+    }
+    list.endArray();
     return count;
   }
   [[nodiscard]] bool inhibitorsBecome(qsizetype count) {

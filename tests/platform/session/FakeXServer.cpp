@@ -91,6 +91,16 @@ void FakeXServer::readable() {
   const auto size = read(client_, chunk.data(), static_cast<std::size_t>(chunk.size()));
   if (size <= 0) return requests_->setEnabled(false);
   received_ += chunk.left(static_cast<int>(size));
+  handleReceived();
+}
+
+void FakeXServer::hang(bool isHanging) {
+  isHanging_ = isHanging;
+  handleReceived();
+}
+
+void FakeXServer::handleReceived() {
+  if (isHanging_) return;
   if (!isGreeted_) greet();
   while (isGreeted_ && received_.size() >= headerSize) {
     const auto length = shortAt(received_, 2) * 4;

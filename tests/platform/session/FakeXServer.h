@@ -32,12 +32,16 @@ class FakeXServer {
   /// `isProgram`: a client shows something as the screen saver.
   void setScreenSaver(bool isOn, bool isProgram);
 
+  /// While it hangs it answers nothing; afterwards everything.
+  void hang(bool isHanging);
+
   int questions() const { return questions_; }
   const std::vector<std::string>& orders() const { return orders_; }
 
  private:
   void accept();
   void readable();
+  void handleReceived();
   void greet();
   void handle(const QByteArray& request);
   void handleExtension(const QByteArray& request);
@@ -54,6 +58,7 @@ class FakeXServer {
   std::unique_ptr<QSocketNotifier> connections_;
   std::unique_ptr<QSocketNotifier> requests_;
   QByteArray received_;
+  bool isHanging_ = false;
   bool isGreeted_ = false;
   std::uint16_t sequence_ = 0;
   int powerLevel_ = 0;

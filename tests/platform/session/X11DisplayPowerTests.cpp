@@ -161,6 +161,23 @@ TEST_F(FakeXServerTest, aServerWithoutScreenSaverEventsIsAskedFromTimeToTime) {
   EXPECT_EQ(server.questions(), 3);
 }
 
+TEST_F(FakeXServerTest, aServerThatWasSilentAndIsAsItWasTellsNothingNew) {
+  FakeXServer server({.screenSaver = false});
+  log.expectError("the X server " + server.display() + " does not answer");
+  connectTo(server.display());
+  server.setPower(3);
+  queue.advance(X11DisplayPower::pollInterval);
+  ASSERT_TRUE(recorder.become({SessionEvent::displayDidSleep}));
+  server.hang(true);
+  queue.advance(X11DisplayPower::pollInterval + X11DisplayPower::answerLimit);
+  EXPECT_FALSE(power->isFollowing());
+  server.hang(false);
+  ASSERT_TRUE(runUntil([&] { return power->isFollowing(); }));
+  server.setPower(0);
+  queue.advance(X11DisplayPower::pollInterval);
+  EXPECT_TRUE(recorder.become(offAndOn));
+}
+
 TEST_F(FakeXServerTest, aServerWithoutPowerControlTellsByItsScreenSaver) {
   FakeXServer server({.dpms = false});
   connectTo(server.display());
