@@ -43,8 +43,15 @@ QString Radio::adapterAddressFor(const QString& computer) {
   return u"02:5A:00:00:01:%1"_s.arg(computers_.indexOf(computer) + 1, 2, 16, QLatin1Char('0')).toUpper();
 }
 
+void Radio::setAsleep(const QString& computer, bool asleep) {
+  asleep_.removeAll(computer);
+  if (asleep) asleep_.append(computer);
+  closeLinks(computer);
+  for (const auto& address : addresses()) Q_EMIT changed(address);
+}
+
 bool Radio::isReachable(const QString& computer, const QString& address) const {
-  if (!device(address)) return false;
+  if (!device(address) || asleep_.contains(computer)) return false;
   const auto isFreeFor = [&](const QString& owner) { return owner.isEmpty() || owner == computer; };
   return isFreeFor(holder(address)) && isFreeFor(connectedTo(address)) &&
          !suffers(FaultKind::asleep, computer, address) && !suffers(FaultKind::outOfRange, computer, address);

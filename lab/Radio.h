@@ -57,6 +57,9 @@ class Radio : public QObject {
   QString holder(const QString& address) const { return bonds_.value(address); }
   QString connectedTo(const QString& address) const { return links_.value(address); }
 
+  /// A computer that sleeps reaches no device and loses its connections; its bonds stay.
+  void setAsleep(const QString& computer, bool asleep);
+
   /// Whether `computer` would get an answer from the device.
   bool isReachable(const QString& computer, const QString& address) const;
 
@@ -98,6 +101,7 @@ class Radio : public QObject {
 
   std::vector<VirtualDevice> devices_;
   QStringList computers_;
+  QStringList asleep_;
   QMap<QString, QString> bonds_;  // address -> computer
   QMap<QString, QString> links_;  // address -> computer
   std::vector<Fault> faults_;

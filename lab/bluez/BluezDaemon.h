@@ -22,6 +22,9 @@ class BluezDaemon : public QObject {
   /// False when the bus is not there or somebody else owns the name.
   bool start();
 
+  /// Whether it answers calls only later, when this is ended.
+  void holdCalls(bool hold) { tree_->holdCalls(hold); }
+
  Q_SIGNALS:
   void answered(const zolvex::lab::BusCall& call, const QString& errorName);
   void clientLeft(const QString& uniqueName);

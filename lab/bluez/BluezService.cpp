@@ -23,11 +23,18 @@ void BluezService::stop() {
   daemon_.reset();
 }
 
+void BluezService::setAsleep(bool asleep) {
+  isAsleep_ = asleep;
+  radio_.setAsleep(identity_.computer, asleep);
+  if (daemon_) daemon_->holdCalls(asleep);
+}
+
 bool BluezService::launch() {
   daemon_ = std::make_unique<BluezDaemon>(radio_, identity_, storage_, busAddress_);
   connect(daemon_.get(), &BluezDaemon::answered, this, &BluezService::answered);
   connect(daemon_.get(), &BluezDaemon::clientLeft, this, &BluezService::clientLeft);
   connect(daemon_.get(), &BluezDaemon::died, this, &BluezService::onDied, Qt::QueuedConnection);
+  daemon_->holdCalls(isAsleep_);
   if (daemon_->start()) return true;
   daemon_.reset();
   return false;

@@ -21,6 +21,9 @@ class BluezService : public QObject {
 
   void stop();
 
+  /// The computer sleeps: no call is answered before it wakes, no device is connected. Bonds stay.
+  void setAsleep(bool asleep);
+
   const BluezIdentity& identity() const { return identity_; }
 
   /// From the next call on.
@@ -42,6 +45,7 @@ class BluezService : public QObject {
   QMap<QString, StoredDevice> storage_;
   std::unique_ptr<BluezDaemon> daemon_;
   QTimer restartTimer_;
+  bool isAsleep_ = false;
 };
 
 }  // namespace zolvex::lab

@@ -3,6 +3,7 @@
 #include "lab/bus/BusCall.h"
 
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
 
 namespace zolvex::lab {
@@ -16,6 +17,9 @@ class BusInterface {
 
   /// The present values of all readable properties; one that is left out is absent.
   virtual QVariantMap properties() const { return {}; }
+
+  /// Names of the properties whose changes PropertiesChanged does not tell.
+  virtual QStringList silentProperties() const { return {}; }
 
   /// Answers `call` now or later; false when the interface has no such method.
   virtual bool handle(const BusCall& call) = 0;

@@ -93,9 +93,11 @@ void BusTree::publishChanges(const QString& path) {
   for (const auto& interface : found->interfaces) {
     const auto now = interface->properties();
     const auto before = std::exchange(found->announced[interface->name()], now);
+    const auto silent = interface->silentProperties();
     QVariantMap changed;
     for (auto it = now.begin(); it != now.end(); ++it)
-      if (!before.contains(it.key()) || before.value(it.key()) != it.value()) changed.insert(it.key(), it.value());
+      if (!silent.contains(it.key()) && (!before.contains(it.key()) || before.value(it.key()) != it.value()))
+        changed.insert(it.key(), it.value());
     QStringList gone;
     for (const auto& key : before.keys())
       if (!now.contains(key)) gone.append(key);
@@ -118,9 +120,19 @@ QString BusTree::introspect(const QString& path) const {
 
 bool BusTree::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
   if (message.interface() == introspectable) return false;
-  handle(BusCall(message, connection,
-                 [this](const BusCall& call, const QString& errorName) { Q_EMIT answered(call, errorName); }));
+  const BusCall call(message, connection,
+                     [this](const BusCall& ended, const QString& errorName) { Q_EMIT answered(ended, errorName); });
+  if (holdsCalls_)
+    heldCalls_.push_back(call);
+  else
+    handle(call);
   return true;
+}
+
+void BusTree::holdCalls(bool hold) {
+  holdsCalls_ = hold;
+  if (hold) return;
+  for (const auto& call : std::exchange(heldCalls_, {})) handle(call);
 }
 
 void BusTree::handle(const BusCall& call) {

@@ -36,6 +36,12 @@ class BusTree : public QDBusVirtualObject {
   /// Announces the properties that differ from those announced last.
   void publishChanges(const QString& path);
 
+  void sendSignal(const QString& path, const QString& interface, const QString& member,
+                  const QVariantList& values = {});
+
+  /// While calls are held nothing is answered; afterwards all that came in the meantime is, in order.
+  void holdCalls(bool hold);
+
   QDBusConnection connection() const { return connection_; }
 
   QString introspect(const QString& path) const override;
@@ -62,11 +68,12 @@ class BusTree : public QDBusVirtualObject {
   void answerManagedObjects(const BusCall& call) const;
   QStringList childrenOf(const QString& path) const;
   bool isAncestor(const QString& path) const;
-  void sendSignal(const QString& path, const QString& interface, const QString& member, const QVariantList& values);
   static BusInterface* find(const Object& object, const QString& interface);
 
   QDBusConnection connection_;
   QMap<QString, Object> objects_;
+  bool holdsCalls_ = false;
+  std::vector<BusCall> heldCalls_;
 };
 
 }  // namespace zolvex::lab

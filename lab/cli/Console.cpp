@@ -1,5 +1,7 @@
 #include "lab/cli/Console.h"
 
+#include <QPointer>
+
 #include <array>
 #include <unistd.h>
 
@@ -7,8 +9,8 @@ namespace zolvex::lab {
 
 using namespace Qt::StringLiterals;
 
-Console::Console(World& world, Report& report)
-    : world_(world), report_(report), notifier_(STDIN_FILENO, QSocketNotifier::Read) {
+Console::Console(Commands& commands, Report& report)
+    : commands_(commands), report_(report), notifier_(STDIN_FILENO, QSocketNotifier::Read) {
   connect(&notifier_, &QSocketNotifier::activated, this, [this] { readLines(); });
 }
 
@@ -23,27 +25,14 @@ void Console::readLines() {
   }
 }
 
+// What an act does is reported as it happens; only the rest needs an answer.
 void Console::obey(const QString& line) {
-  const auto command = line.section(u' ', 0, 0);
-  const auto fault = Fault::parse(line.section(u' ', 1));
-  if (command == u"fault"_s && fault)
-    world_.radio().inject(*fault);
-  else if (command == u"lift"_s)
-    world_.radio().liftAll();
-  else if (command == u"who"_s)
-    tellWho();
-  else if (!line.isEmpty())
-    report_.print(u"lab"_s, u"not understood: %1"_s.arg(line));
-}
-
-void Console::tellWho() {
-  auto& radio = world_.radio();
-  for (const auto& address : radio.addresses()) {
-    const auto holder = radio.holder(address);
-    report_.print(u"lab"_s,
-                  u"%1: %2, %3"_s.arg(radio.device(address)->name, holder.isEmpty() ? u"nobody"_s : holder,
-                                      radio.connectedTo(address).isEmpty() ? u"not connected"_s : u"connected"_s));
-  }
+  if (line.isEmpty()) return;
+  const auto isAct = sessionActOf(line.section(u' ', 0, 0)).has_value();
+  commands_.obey(line, [self = QPointer(this), isAct](const ActOutcome& outcome) {
+    if (!self || (isAct && outcome.isDone)) return;
+    for (const auto& text : outcome.text.split(u'\n', Qt::SkipEmptyParts)) self->report_.print(u"lab"_s, text);
+  });
 }
 
 }  // namespace zolvex::lab

@@ -1,23 +1,22 @@
 #pragma once
 
+#include "lab/cli/Commands.h"
 #include "lab/cli/Report.h"
 
 #include <QSocketNotifier>
 
 namespace zolvex::lab {
 
-/// Reads lines from standard input and changes a world that stays: "fault FAULT", "lift", "who". The end of the input
-/// is no command.
+/// Reads commands from standard input, for a world that stays. The end of the input is no command.
 class Console : public QObject {
  public:
-  Console(World& world, Report& report);
+  Console(Commands& commands, Report& report);
 
  private:
   void readLines();
   void obey(const QString& line);
-  void tellWho();
 
-  World& world_;
+  Commands& commands_;
   Report& report_;
   QSocketNotifier notifier_;
   QByteArray unfinished_;

@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds restTime = 2s;
 
 }  // namespace
 
-Demo::Result Demo::play(const std::vector<Fault>& faults) {
+PlayResult Demo::play(const std::vector<Fault>& faults) {
   world_.giveDevicesTo(laptop);
   if (!world_.startZolvex() || !world_.waitForPeers(findLimit)) return failure(world_.errorString());
   if (!letLaptopConnect()) return failure(u"Laptop did not take note of its own devices"_s);
@@ -52,7 +52,7 @@ void Demo::letStudioSwitch() {
   world_.waitUntil(
       [&] {
         if (world_.devicesOf(studio) == all) return true;
-        if (!hasComeToRest())
+        if (!world_.hasComeToRest())
           rest.invalidate();
         else if (!rest.isValid())
           rest.start();
@@ -62,33 +62,20 @@ void Demo::letStudioSwitch() {
   milliseconds_ = clock_.elapsed();
   // What both sides say of it in the end belongs to the show.
   world_.waitUntil(
-      [&] { return hasComeToRest() && world_.desktop(laptop).control().ownershipState() == u"otherMac"_s; },
+      [&] { return world_.hasComeToRest() && world_.desktop(laptop).control().ownershipState() == u"otherMac"_s; },
       announceLimit);
 }
 
-bool Demo::hasComeToRest() const {
-  for (const auto& desktop : world_.desktops())
-    if (desktop->control().isSwitching()) return false;
-  return World::workerProcesses().isEmpty();
-}
-
-Demo::Result Demo::judge() const {
-  auto& radio = world_.radio();
-  const auto all = static_cast<int>(radio.addresses().size());
+PlayResult Demo::judge() const {
+  const auto all = static_cast<int>(world_.radio().addresses().size());
   const auto moved = world_.devicesOf(studio);
   auto text = u"demo: %1 of %2 devices moved from Laptop to Studio in %3 ms"_s.arg(moved).arg(all).arg(milliseconds_);
   if (moved == all) return {true, text};
-  for (const auto& address : radio.addresses()) {
-    const auto holder = radio.holder(address);
-    if (holder == studio && radio.connectedTo(address) == studio) continue;
-    const auto where = holder.isEmpty() ? u"nobody's"_s : u"%1's"_s.arg(holder);
-    const auto link = radio.connectedTo(address).isEmpty() ? u", not connected"_s : QString();
-    text += u"; %1 is %2%3"_s.arg(radio.device(address)->name, where, link);
-  }
+  for (const auto& missing : world_.missingAt(studio)) text += u"; "_s + missing;
   return {false, text};
 }
 
-Demo::Result Demo::failure(const QString& what) const {
+PlayResult Demo::failure(const QString& what) const {
   if (world_.isInterrupted()) return {false, u"demo: interrupted"_s};
   return {false, u"demo: nothing was moved: %1"_s.arg(what)};
 }

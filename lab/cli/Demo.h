@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lab/cli/PlayResult.h"
 #include "lab/cli/Report.h"
 
 #include <QElapsedTimer>
@@ -10,22 +11,16 @@ namespace zolvex::lab {
 /// Whether it worked is judged by who holds the devices on the radio. Owned by main().
 class Demo {
  public:
-  struct Result {
-    bool isSuccess = false;
-    QString text;  ///< The last line.
-  };
-
   Demo(World& world, Report& report) : world_(world), report_(report) {}
 
   /// The world must have been started. Faults come in after the beginning is set.
-  Result play(const std::vector<Fault>& faults);
+  PlayResult play(const std::vector<Fault>& faults);
 
  private:
   bool letLaptopConnect();
   void letStudioSwitch();
-  bool hasComeToRest() const;
-  Result judge() const;
-  Result failure(const QString& what) const;
+  PlayResult judge() const;
+  PlayResult failure(const QString& what) const;
 
   World& world_;
   Report& report_;

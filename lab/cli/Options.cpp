@@ -1,5 +1,6 @@
 #include "lab/cli/Options.h"
 
+#include "lab/session/SessionAct.h"
 #include "lab/world/World.h"
 
 #include <optional>
@@ -16,21 +17,28 @@ constexpr auto usage =
     R"(zolvex-lab makes computers, a radio and Bluetooth devices out of nothing and runs Zolvex on them.
 
   zolvex-lab demo [OPTION...]      three devices are handed over from Laptop to Studio
+  zolvex-lab demo --story day      a day at both computers: the devices follow the user
   zolvex-lab run [OPTION...]       a world that stays, for experiments; Ctrl-C ends it
   zolvex-lab exec --world PID COMPUTER -- PROGRAM [ARGUMENT...]
                                    run a program on a computer of a world that stays
+  zolvex-lab ctl [--world PID] COMPUTER ACT
+                                   do to a computer of a world that stays what a user does, and wait until it is done;
+                                   ACT is lock, unlock, sleep, wake, display-off or display-on
   zolvex-lab --list-faults         what can go wrong
   zolvex-lab --help
 
 Options:
   --keep             demo: leave the world running and say how to look into it
+  --story NAME       demo: hand-over (the default) or day
+  --automatic        automatic connect and release are on, as in the day
   --latency MS       how long each Bluetooth call takes (default 300, 0 is as fast as can be)
   --fault FAULT      NAME[:DEVICE][@COMPUTER], for example asleep:"Magic Mouse" or adapter-off@Laptop; repeatable
   --transport NAME   the setting "transportMode" on every computer (default bonjour)
   --computers N      2 to 4 (default 2)
   --zolvex PATH      the program to run (default: beside zolvex-lab, or in its build tree)
 
-While a world stays, lines on standard input change it: "fault FAULT", "lift" (all faults), "who" (who has the devices).
+While a world stays, lines on standard input change it: "fault FAULT", "lift" (all faults), "who" (who has the devices),
+"lock Laptop" and the other acts.
 )";
 
 /// Takes the arguments one by one.
@@ -43,6 +51,7 @@ class Parser {
     if (!error_) takeCommand();
     while (!error_ && !rest_.isEmpty()) takeOption(rest_.takeFirst());
     if (!error_ && options_.command == Options::Command::exec) checkExec();
+    if (!error_ && options_.command == Options::Command::ctl) checkCtl();
     if (error_) return Options::UsageError{*error_};
     return options_;
   }
@@ -60,6 +69,8 @@ class Parser {
       options_.command = Options::Command::run;
     else if (command == u"exec"_s)
       options_.command = Options::Command::exec;
+    else if (command == u"ctl"_s)
+      options_.command = Options::Command::ctl;
     else if (command == u"--list-faults"_s)
       options_.command = Options::Command::listFaults;
     else if (command != u"--help"_s && command != u"-h"_s)
@@ -68,8 +79,13 @@ class Parser {
 
   void takeOption(const QString& option) {
     if (options_.command == Options::Command::exec) return takeExecArgument(option);
+    if (options_.command == Options::Command::ctl) return takeCtlArgument(option);
     if (option == u"--keep"_s)
       options_.keep = true;
+    else if (option == u"--automatic"_s)
+      options_.isAutomatic = true;
+    else if (option == u"--story"_s)
+      takeStory(value(option));
     else if (option == u"--help"_s)
       options_.command = Options::Command::help;
     else if (option == u"--list-faults"_s)
@@ -98,6 +114,38 @@ class Parser {
     } else {
       fail(u"The program comes after \"--\""_s);
     }
+  }
+
+  void takeCtlArgument(const QString& argument) {
+    if (argument == u"--world"_s)
+      options_.world = value(argument);
+    else if (argument == u"--help"_s)
+      options_.command = Options::Command::help;
+    else if (argument.startsWith(u'-'))
+      fail(u"There is no option \"%1\""_s.arg(argument));
+    else if (options_.computer.isEmpty())
+      options_.computer = argument;
+    else if (options_.act.isEmpty())
+      options_.act = argument;
+    else
+      fail(u"ctl does one act at a time"_s);
+  }
+
+  void checkCtl() {
+    const auto acts = sessionActNames().join(u", "_s);
+    if (options_.act.isEmpty())
+      fail(u"ctl needs a computer and one of %1"_s.arg(acts));
+    else if (!sessionActOf(options_.act))
+      fail(u"There is no act \"%1\"; there are %2"_s.arg(options_.act, acts));
+  }
+
+  void takeStory(const QString& name) {
+    if (name == u"day"_s)
+      options_.story = Options::Story::day;
+    else if (name == u"hand-over"_s)
+      options_.story = Options::Story::handOver;
+    else
+      fail(u"There is no story \"%1\"; there are hand-over and day"_s.arg(name));
   }
 
   void checkExec() {

@@ -13,20 +13,25 @@ namespace zolvex::lab {
 
 /// What zolvex-lab was asked to do.
 struct Options {
-  enum class Command { demo, run, exec, listFaults, help };
+  enum class Command { demo, run, exec, ctl, listFaults, help };
+  enum class Story { handOver, day };
 
   Command command = Command::help;
+  Story story = Story::handOver;
   bool keep = false;
+  bool isAutomatic = false;
   QString transport = QStringLiteral("bonjour");
   std::chrono::milliseconds latency{300};
   std::vector<Fault> faults = {};
   int computers = 2;
   QString zolvex = {};  ///< Empty: beside this program, or in its build tree.
 
-  // exec
+  // exec and ctl
   QString world = {};
   QString computer = {};
-  QStringList program = {};
+
+  QStringList program = {};  ///< Of exec.
+  QString act = {};          ///< Of ctl.
 
   struct UsageError {
     QString text;

@@ -46,6 +46,8 @@ void Report::followDesktop(Desktop& desktop) {
           [this, &desktop](const QString& property, const QString& value) {
             if (shownProperties.contains(property)) print(desktop.name(), u"status   %1 = %2"_s.arg(property, value));
           });
+  connect(&desktop.session(), &ComputerSession::happened, this,
+          [this, &desktop](const QString& what) { print(desktop.name(), u"session  "_s + what); });
   connect(&desktop.notifications(), &NotificationService::shown, this,
           [this, &desktop](const QString& title) { print(desktop.name(), u"notice   "_s + title); });
   connect(&desktop.bluez(), &BluezService::answered, this,

@@ -9,7 +9,8 @@
 namespace zolvex::lab {
 
 /// Prints what happens in a world as it happens, one line each, with the time and the computer's name in front: what
-/// Zolvex says of itself, its log, the worker runs as org.bluez sees them, and notifications.
+/// Zolvex says of itself, its log, the worker runs as org.bluez sees them, notifications, and what happens to the
+/// user's session.
 class Report : public QObject {
  public:
   Report() = default;

@@ -1,7 +1,10 @@
 #include "lab/cli/Console.h"
+#include "lab/cli/ControlSocket.h"
+#include "lab/cli/DayStory.h"
 #include "lab/cli/Demo.h"
 #include "lab/cli/Interrupt.h"
 #include "lab/cli/Options.h"
+#include "lab/cli/WorldControl.h"
 #include "lab/cli/WorldExec.h"
 #include "lab/world/Sandbox.h"
 
@@ -54,6 +57,7 @@ WorldOptions worldOptionsOf(const Options& options, const QString& zolvex) {
   world.zolvex = zolvex;
   world.timing.latency = options.latency;
   world.transport = options.transport;
+  world.isAutomatic = options.isAutomatic || options.story == Options::Story::day;
   return world;
 }
 
@@ -73,20 +77,32 @@ void explainHowToLookIn(const World& world, const Programs& programs) {
       say(u"  %1 exec --world %2 %3 -- %4 %5\n"_s.arg(programs.lab, QString::fromStdString(Sandbox::outerProcessId()),
                                                       desktop->name(), control, QLatin1String(command)),
           EXIT_SUCCESS);
+  for (const auto* act : {"lock", "unlock", "sleep", "wake"})
+    say(u"  %1 ctl --world %2 Laptop %3\n"_s.arg(programs.lab, QString::fromStdString(Sandbox::outerProcessId()),
+                                                 QLatin1String(act)),
+        EXIT_SUCCESS);
   say(u"\n"_s, EXIT_SUCCESS);
   std::fflush(stdout);
 }
 
 void stay(World& world, Report& report, const Programs& programs) {
+  Commands commands(world);
+  const Console console(commands, report);
+  ControlSocket control(commands);
+  if (!control.listen()) report.print(u"lab"_s, u"zolvex-lab ctl will not work: no socket"_s);
   explainHowToLookIn(world, programs);
-  const Console console(world, report);
   world.waitUntil([] { return false; }, forever);
 }
 
+PlayResult play(World& world, Report& report, const Options& options) {
+  const auto isDay = options.story == Options::Story::day;
+  if (!world.start())
+    return {false, u"%1: there is no world: %2"_s.arg(isDay ? u"day"_s : u"demo"_s, world.errorString())};
+  return isDay ? DayStory(world, report).play(options.faults) : Demo(world, report).play(options.faults);
+}
+
 int runDemo(World& world, Report& report, const Options& options, const Programs& programs) {
-  Demo demo(world, report);
-  const auto result = world.start() ? demo.play(options.faults)
-                                    : Demo::Result{false, u"demo: there is no world: %1"_s.arg(world.errorString())};
+  const auto result = play(world, report, options);
   if (options.keep && !world.isInterrupted()) {
     say(result.text + u'\n', EXIT_SUCCESS);
     stay(world, report, programs);
@@ -134,6 +150,7 @@ int run(int argc, char** argv) {
   if (options.command == Options::Command::help) return say(usageText(), EXIT_SUCCESS);
   if (options.command == Options::Command::listFaults) return say(faultListText(), EXIT_SUCCESS);
   if (options.command == Options::Command::exec) return execInWorld(options);
+  if (options.command == Options::Command::ctl) return controlWorld(options);
   const auto lab = ownPath();
   const auto entered = Sandbox::enter();
   if (const auto* ended = std::get_if<Sandbox::Ended>(&entered)) return ended->exitStatus;

@@ -1,6 +1,5 @@
 #include "lab/world/Desktop.h"
 
-#include "lab/world/Network.h"
 #include "lab/world/Sandbox.h"
 
 #include <QDir>
@@ -31,6 +30,12 @@ publish-workstation=no
 publish-hinfo=no
 )";
 
+/// What would lead to the desktop on which the lab itself runs.
+const QStringList outerSessionVariables{
+    u"DISPLAY"_s,  u"WAYLAND_DISPLAY"_s, u"XAUTHORITY"_s,          u"XDG_SESSION_ID"_s, u"XDG_SESSION_TYPE"_s,
+    u"XDG_SEAT"_s, u"XDG_VTNR"_s,        u"XDG_CURRENT_DESKTOP"_s, u"JOURNAL_STREAM"_s, u"INVOCATION_ID"_s,
+};
+
 bool writeFile(const QString& path, const QByteArray& content) {
   QSaveFile file(path);
   return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
@@ -38,8 +43,16 @@ bool writeFile(const QString& path, const QByteArray& content) {
 
 }  // namespace
 
-Desktop::Desktop(Radio& radio, const QString& name, BluezTiming timing)
-    : computer_(radio, name, timing), hostName_(name, Network::hostName(name)), notifications_(name), control_(name) {}
+Desktop::Desktop(Radio& radio, Network& network, const QString& name, BluezTiming timing)
+    : network_(network),
+      computer_(radio, name, timing),
+      hostName_(name, Network::hostName(name)),
+      notifications_(name),
+      control_(name),
+      session_(name) {
+  connect(&session_, &ComputerSession::fellAsleep, this, &Desktop::standStill);
+  connect(&session_, &ComputerSession::wakesUp, this, &Desktop::goOn);
+}
 
 Desktop::~Desktop() {
   stop();
@@ -61,6 +74,7 @@ bool Desktop::start() {
   if (!sessionBus_.start()) return fail(u"no session bus: %1"_s.arg(sessionBus_.errorString()));
   if (!hostName_.start(computer_.busAddress())) return fail(u"no hostname service"_s);
   if (!notifications_.start(sessionBus_.address())) return fail(u"no notification service"_s);
+  if (!session_.start(computer_.busAddress(), sessionBus_.address())) return fail(u"no session services"_s);
   if (!control_.start(sessionBus_.address())) return fail(u"the session bus does not answer"_s);
   return saveEnvironment() && startAvahi();
 }
@@ -92,8 +106,7 @@ bool Desktop::writeAvahiConfiguration(const QString& file) {
 
 QProcessEnvironment Desktop::environment() const {
   auto environment = computer_.environment();
-  for (const auto& name : {u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s, u"JOURNAL_STREAM"_s, u"INVOCATION_ID"_s})
-    environment.remove(name);
+  for (const auto& name : outerSessionVariables) environment.remove(name);
   environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, sessionBus_.address());
   environment.insert(u"HOME"_s, directory() + u"/home"_s);
   environment.insert(u"XDG_CONFIG_HOME"_s, directory() + u"/config"_s);
@@ -125,6 +138,21 @@ bool Desktop::startZolvex() {
   return process->start() || fail(u"cannot start %1: %2"_s.arg(zolvexProgram_, process->errorString()));
 }
 
+// The program stops first, so that it sees nothing of the rest.
+void Desktop::standStill() {
+  if (zolvex_) zolvex_->freeze();
+  if (avahi_) avahi_->freeze();
+  bluez().setAsleep(true);
+  network_.setConnected(name(), false);
+}
+
+void Desktop::goOn() {
+  network_.setConnected(name(), true);
+  bluez().setAsleep(false);
+  if (avahi_) avahi_->thaw();
+  if (zolvex_) zolvex_->thaw();
+}
+
 void Desktop::askToEnd() {
   if (zolvex_) zolvex_->terminate();
 }
@@ -132,6 +160,7 @@ void Desktop::askToEnd() {
 void Desktop::stop() {
   if (zolvex_) zolvex_->stop();
   if (avahi_) avahi_->stop();
+  session_.stop();
   computer_.stop();
   sessionBus_.stop();
 }

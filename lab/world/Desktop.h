@@ -1,8 +1,10 @@
 #pragma once
 
 #include "lab/Computer.h"
+#include "lab/session/ComputerSession.h"
 #include "lab/world/ControlClient.h"
 #include "lab/world/LabProcess.h"
+#include "lab/world/Network.h"
 #include "lab/world/SystemServices.h"
 
 #include <QJsonObject>
@@ -13,12 +15,13 @@
 namespace zolvex::lab {
 
 /// One whole computer of a world in the sandbox: besides org.bluez a session bus, Avahi on its own network, its pretty
-/// name, a notification service, a home directory, and Zolvex once that was started. Owned by the world.
+/// name, a notification service, a user's session, a home directory, and Zolvex once that was started. While it sleeps
+/// its processes stand still, it is off the network, and its Bluetooth does not answer. Owned by the world.
 class Desktop : public QObject {
   Q_OBJECT
 
  public:
-  Desktop(Radio& radio, const QString& name, BluezTiming timing);
+  Desktop(Radio& radio, Network& network, const QString& name, BluezTiming timing);
   ~Desktop() override;
 
   /// Starts everything but Zolvex. False when that fails; errorString() says why.
@@ -43,6 +46,7 @@ class Desktop : public QObject {
   BluezService& bluez() { return computer_.bluez(); }
   ControlClient& control() { return control_; }
   NotificationService& notifications() { return notifications_; }
+  ComputerSession& session() { return session_; }
 
   /// Avahi is not there at once when it was started.
   bool isAvahiThere() const { return hostName_.isOnBus(QStringLiteral("org.freedesktop.Avahi")); }
@@ -61,12 +65,16 @@ class Desktop : public QObject {
   bool startAvahi();
   bool writeAvahiConfiguration(const QString& file);
   bool saveEnvironment();
+  void standStill();
+  void goOn();
 
+  Network& network_;
   Computer computer_;
   PrivateBus sessionBus_;
   HostNameService hostName_;
   NotificationService notifications_;
   ControlClient control_;
+  ComputerSession session_;
   std::unique_ptr<LabProcess> avahi_;
   std::unique_ptr<LabProcess> zolvex_;
   QString zolvexProgram_;

@@ -44,6 +44,7 @@ LabProcess::LabProcess(ProcessSetup setup) : setup_(std::move(setup)) {
        avahi = setup_.hasOwnAvahiDirectory] { enterComputer(networkNamespace, hostName, avahi); });
   connect(&process_, &QProcess::readyRead, this, &LabProcess::readLines);
   connect(&process_, &QProcess::finished, this, [this] {
+    thaw();  // whatever it left behind
     readLines();
     if (!unfinished_.isEmpty()) Q_EMIT line(QString::fromUtf8(std::exchange(unfinished_, {})));
     Q_EMIT ended();
@@ -61,7 +62,19 @@ bool LabProcess::start() {
   return process_.waitForStarted(startLimitMilliseconds);
 }
 
+void LabProcess::freeze() {
+  if (!isRunning() || frozen_) return;
+  frozen_.emplace(static_cast<pid_t>(processId()));
+  frozen_->freeze();
+}
+
+void LabProcess::thaw() {
+  if (frozen_) frozen_->thaw();
+  frozen_.reset();
+}
+
 void LabProcess::terminate() {
+  thaw();
   if (isRunning()) process_.terminate();
 }
 

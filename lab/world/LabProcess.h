@@ -1,5 +1,7 @@
 #pragma once
 
+#include "lab/world/ProcessTree.h"
+
 #include <QObject>
 #include <QProcess>
 #include <QProcessEnvironment>
@@ -7,6 +9,7 @@
 #include <QStringList>
 
 #include <chrono>
+#include <optional>
 
 namespace zolvex::lab {
 
@@ -37,7 +40,11 @@ class LabProcess : public QObject {
   qint64 processId() const { return process_.processId(); }
   QString errorString() const { return process_.errorString(); }
 
-  /// Asks it to end (SIGTERM) and returns at once.
+  /// Stops it and its descendants, as sleep does, or lets them go on. Harmless when it does not run or is so already.
+  void freeze();
+  void thaw();
+
+  /// Asks it to end (SIGTERM) and returns at once. A frozen one goes on first.
   void terminate();
 
   /// terminate(), then waits; after politeLimit it is killed.
@@ -59,6 +66,7 @@ class LabProcess : public QObject {
   ProcessSetup setup_;
   QProcess process_;
   QByteArray unfinished_;
+  std::optional<ProcessTree> frozen_;
 };
 
 }  // namespace zolvex::lab

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMultiMap>
 #include <QString>
 #include <QStringList>
 
@@ -15,6 +16,10 @@ class Network {
   /// False when it cannot be built; errorString() says why.
   bool build(const QStringList& computers);
 
+  /// Takes a computer off the network, or puts it back. The others keep their ends of its cables. False when that
+  /// fails.
+  bool setConnected(const QString& computer, bool connected);
+
   QString errorString() const { return error_; }
 
   /// File that stands for the network namespace of a computer.
@@ -25,9 +30,11 @@ class Network {
 
  private:
   bool runIp(const QStringList& commands);
-  static QStringList cable(const QStringList& hosts, int first, int second, int number);
+  QStringList cable(int first, int second, int number);
+  static QStringList bringUp(const QString& host, int cable);
 
   QStringList hosts_;
+  QMultiMap<QString, int> cables_;  // host -> their numbers
   QString error_;
 };
 

@@ -17,6 +17,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr std::chrono::milliseconds appearLimit{20'000};
+constexpr double releaseWhenInactive = -1.0;
 constexpr int identityLength = 32;
 constexpr int shortIdentityLength = 6;
 const auto resolvedLine = u"Bonjour peer resolved"_s;
@@ -31,7 +32,7 @@ QString asManagedAddress(QString address) {
 World::World(WorldOptions options) : options_(std::move(options)) {
   for (const auto& device : magicDevices()) radio_.addDevice(device);
   for (const auto& name : options_.computers) {
-    auto& desktop = *desktops_.emplace_back(std::make_unique<Desktop>(radio_, name, options_.timing));
+    auto& desktop = *desktops_.emplace_back(std::make_unique<Desktop>(radio_, network_, name, options_.timing));
     desktop.setZolvex(options_.zolvex);
     connect(&desktop, &Desktop::logged, this, [this, name](const QString& source, const QString& text) {
       if (source == u"zolvex"_s && text.contains(resolvedLine) && !resolved_.contains(name)) resolved_.append(name);
@@ -49,9 +50,14 @@ bool World::fail(const QString& what) {
 }
 
 Desktop& World::desktop(const QString& name) {
-  for (const auto& desktop : desktops_)
-    if (desktop->name() == name) return *desktop;
+  if (auto* found = findDesktop(name)) return *found;
   qFatal("There is no computer %s", qUtf8Printable(name));
+}
+
+Desktop* World::findDesktop(const QString& name) {
+  for (const auto& desktop : desktops_)
+    if (desktop->name().compare(name, Qt::CaseInsensitive) == 0) return desktop.get();
+  return nullptr;
 }
 
 bool World::start() {
@@ -94,14 +100,15 @@ QJsonObject World::settingsOf(int index) const {
     addresses.append(asManagedAddress(address));
     names.insert(asManagedAddress(address), radio_.device(address)->name);
   }
-  // Only what the script of a demo or a test asks for is to happen.
+  // Unless it is automatic, only what the script of a demo or a test asks for is to happen.
   return {{u"peerIdentityID"_s, identityOf(options_.computers[index])},
           {u"networkDevices"_s, peerRecordFor(index)},
           {u"managedDeviceAddresses"_s, addresses},
           {u"deviceNames"_s, names},
           {u"transportMode"_s, options_.transport},
-          {u"autoConnect"_s, false},
-          {u"autoRelease"_s, false}};
+          {u"autoConnect"_s, options_.isAutomatic},
+          {u"autoRelease"_s, options_.isAutomatic},
+          {u"autoReleaseHours"_s, releaseWhenInactive}};
 }
 
 bool World::startZolvex() {
@@ -141,6 +148,23 @@ int World::devicesOf(const QString& computer, const QStringList& addresses) cons
   for (const auto& address : addresses.isEmpty() ? radio_.addresses() : addresses)
     if (radio_.holder(address) == computer && radio_.connectedTo(address) == computer) ++count;
   return count;
+}
+
+QStringList World::missingAt(const QString& computer) const {
+  QStringList texts;
+  for (const auto& address : radio_.addresses()) {
+    const auto holder = radio_.holder(address);
+    const auto isConnected = !radio_.connectedTo(address).isEmpty();
+    if (holder == computer && radio_.connectedTo(address) == computer) continue;
+    const auto where = holder.isEmpty() ? u"nobody's"_s : u"%1's"_s.arg(holder);
+    texts.append(u"%1 is %2%3"_s.arg(radio_.device(address)->name, where, isConnected ? u""_s : u", not connected"_s));
+  }
+  return texts;
+}
+
+bool World::hasComeToRest() const {
+  const auto isSwitching = [](const auto& one) { return !one->session().isAsleep() && one->control().isSwitching(); };
+  return std::ranges::none_of(desktops_, isSwitching) && workerProcesses().isEmpty();
 }
 
 bool World::waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {

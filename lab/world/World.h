@@ -16,6 +16,7 @@ struct WorldOptions {
   QString zolvex;  ///< Path of the program.
   BluezTiming timing = {};
   QString transport = QStringLiteral("bonjour");
+  bool isAutomatic = false;         ///< Whether automatic connect is on, and automatic release on lock and display off.
   QStringList managedDevices = {};  ///< Names of the devices that the users have chosen; all when empty.
 };
 
@@ -48,12 +49,19 @@ class World : public QObject {
   Radio& radio() { return radio_; }
   const std::vector<std::unique_ptr<Desktop>>& desktops() const { return desktops_; }
   Desktop& desktop(const QString& name);
+  Desktop* findDesktop(const QString& name);  ///< In whatever case; null when there is none.
 
   /// Bonds all devices to a computer and connects them, as if they had always been there.
   void giveDevicesTo(const QString& computer);
 
   /// How many devices `computer` holds, bonded and connected; of those with the given addresses, or of all.
   int devicesOf(const QString& computer, const QStringList& addresses = {}) const;
+
+  /// One text for each device that `computer` does not have, bonded and connected: where it is instead.
+  QStringList missingAt(const QString& computer) const;
+
+  /// Whether no computer that is awake is switching and no worker is left.
+  bool hasComeToRest() const;
 
   /// Makes waits end at once with false.
   void interrupt() { isInterrupted_ = true; }
