@@ -23,13 +23,6 @@ const auto unknownMethod = u"org.freedesktop.DBus.Error.UnknownMethod"_s;
 const auto unknownInterface = u"org.freedesktop.DBus.Error.UnknownInterface"_s;
 const auto unknownProperty = u"org.freedesktop.DBus.Error.UnknownProperty"_s;
 
-constexpr auto propertiesXml = R"(<interface name="org.freedesktop.DBus.Properties">
-<method name="Get"><arg name="interface" type="s" direction="in"/><arg name="name" type="s" direction="in"/><arg name="value" type="v" direction="out"/></method>
-<method name="Set"><arg name="interface" type="s" direction="in"/><arg name="name" type="s" direction="in"/><arg name="value" type="v" direction="in"/></method>
-<method name="GetAll"><arg name="interface" type="s" direction="in"/><arg name="properties" type="a{sv}" direction="out"/></method>
-<signal name="PropertiesChanged"><arg name="interface" type="s"/><arg name="changed_properties" type="a{sv}"/><arg name="invalidated_properties" type="as"/></signal>
-</interface>
-)";
 constexpr auto objectManagerXml = R"(<interface name="org.freedesktop.DBus.ObjectManager">
 <method name="GetManagedObjects"><arg name="objects" type="a{oa{sa{sv}}}" direction="out"/></method>
 <signal name="InterfacesAdded"><arg name="object" type="o"/><arg name="interfaces" type="a{sa{sv}}"/></signal>
@@ -109,11 +102,10 @@ void BusTree::publishChanges(const QString& path) {
 QString BusTree::introspect(const QString& path) const {
   QString xml;
   if (path == u"/"_s) xml += QLatin1String(objectManagerXml);
-  if (const auto found = objects_.find(path); found != objects_.end()) {
-    xml += QLatin1String(propertiesXml);
+  // Qt itself adds the interfaces that every object has.
+  if (const auto found = objects_.find(path); found != objects_.end())
     for (const auto& interface : found->interfaces)
       xml += u"<interface name=\"%1\">\n%2</interface>\n"_s.arg(interface->name(), interface->introspection());
-  }
   for (const auto& child : childrenOf(path)) xml += u"<node name=\"%1\"/>\n"_s.arg(child);
   return xml;
 }
