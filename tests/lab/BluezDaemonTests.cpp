@@ -62,6 +62,33 @@ TEST_F(BluezDaemonTest, twoComputersHandADeviceOver) {
   EXPECT_EQ(radio.connectedTo(mouse), u"Studio"_s);
 }
 
+TEST_F(BluezDaemonTest, sleepingComputerAnswersWhenItWakes) {
+  radio.bond(u"Laptop"_s, mouse);
+  radio.openLink(u"Laptop"_s, mouse);
+  laptop.bluez().setAsleep(true);
+  EXPECT_EQ(radio.connectedTo(mouse), QString());
+  EXPECT_EQ(client->call(DeviceInterface::pathOf(mouse), u"org.bluez.Device1"_s, u"Connect"_s, {}, 100).type(),
+            QDBusMessage::InvalidMessage);
+  EXPECT_EQ(radio.connectedTo(mouse), QString());
+  laptop.bluez().setAsleep(false);
+  EXPECT_TRUE(waitUntil([&] { return radio.connectedTo(mouse) == u"Laptop"_s; }));
+  EXPECT_EQ(client->deviceProperty(mouse, u"Connected"_s), true);
+}
+
+TEST_F(BluezDaemonTest, connectionUnderWayFailsWhenTheComputerFallsAsleep) {
+  radio.bond(u"Laptop"_s, mouse);
+  QString ended;
+  QObject::connect(&laptop.bluez(), &BluezService::answered, &laptop.bluez(),
+                   [&](const BusCall& call, const QString& error) {
+                     if (call.member() == u"Connect"_s) ended = error;
+                   });
+  client->send(DeviceInterface::pathOf(mouse), u"org.bluez.Device1"_s, u"Connect"_s);
+  EXPECT_EQ(client->deviceProperty(mouse, u"Connected"_s), false);  // the call has come as well
+  laptop.bluez().setAsleep(true);
+  EXPECT_TRUE(waitUntil([&] { return ended == u"org.bluez.Error.Failed"_s; }));
+  EXPECT_EQ(radio.connectedTo(mouse), QString());
+}
+
 TEST_F(BluezDaemonTest, answersAreReportedWithTheirErrors) {
   QStringList log;
   QObject::connect(&laptop.bluez(), &BluezService::answered, &laptop.bluez(),

@@ -54,10 +54,27 @@ TEST(LabOptions, execTakesTheProgramAsItIs) {
   EXPECT_EQ(options.program, (QStringList{u"zolvexctl"_s, u"--keep"_s, u"--"_s}));
 }
 
+TEST(LabOptions, ctlTakesAComputerAndAnAct) {
+  const auto options = parsed({u"ctl"_s, u"--world"_s, u"12"_s, u"Laptop"_s, u"display-off"_s});
+  EXPECT_EQ(options.command, Options::Command::ctl);
+  EXPECT_EQ(options.world, u"12"_s);
+  EXPECT_EQ(options.computer, u"Laptop"_s);
+  EXPECT_EQ(options.act, u"display-off"_s);
+  EXPECT_EQ(parsed({u"ctl"_s, u"Laptop"_s, u"lock"_s}).world, QString());
+}
+
+TEST(LabOptions, storyOfTheDayIsPlayedWhenAskedFor) {
+  EXPECT_EQ(parsed({u"demo"_s}).story, Options::Story::handOver);
+  EXPECT_EQ(parsed({u"demo"_s, u"--story"_s, u"day"_s}).story, Options::Story::day);
+  EXPECT_FALSE(parsed({u"run"_s}).isAutomatic);
+  EXPECT_TRUE(parsed({u"run"_s, u"--automatic"_s}).isAutomatic);
+}
+
 TEST(LabOptions, helpAndFaultListNeedNothingElse) {
   EXPECT_EQ(parsed({u"--help"_s}).command, Options::Command::help);
   EXPECT_EQ(parsed({u"--list-faults"_s}).command, Options::Command::listFaults);
   EXPECT_EQ(parsed({u"demo"_s, u"--help"_s}).command, Options::Command::help);
+  EXPECT_EQ(parsed({u"ctl"_s, u"--help"_s}).command, Options::Command::help);
 }
 
 TEST(LabOptions, mistakesAreNamed) {
@@ -69,6 +86,16 @@ TEST(LabOptions, mistakesAreNamed) {
   EXPECT_EQ(errorOf({u"demo"_s, u"--latency"_s, u"-1"_s}), "--latency needs a number from 0 to 60000");
   EXPECT_EQ(errorOf({u"demo"_s, u"--computers"_s, u"5"_s}), "--computers needs a number from 2 to 4");
   EXPECT_EQ(errorOf({u"exec"_s, u"Laptop"_s}), "exec needs --world PID, a computer, \"--\" and a program");
+}
+
+TEST(LabOptions, mistakesInActsAndStoriesAreNamed) {
+  EXPECT_EQ(errorOf({u"ctl"_s, u"Laptop"_s}),
+            "ctl needs a computer and one of lock, unlock, sleep, wake, display-off, display-on");
+  EXPECT_EQ(errorOf({u"ctl"_s, u"Laptop"_s, u"dance"_s}),
+            "There is no act \"dance\"; there are lock, unlock, sleep, wake, display-off, display-on");
+  EXPECT_EQ(errorOf({u"ctl"_s, u"Laptop"_s, u"lock"_s, u"sleep"_s}), "ctl does one act at a time");
+  EXPECT_EQ(errorOf({u"ctl"_s, u"--all"_s, u"lock"_s}), "There is no option \"--all\"");
+  EXPECT_EQ(errorOf({u"demo"_s, u"--story"_s, u"night"_s}), "There is no story \"night\"; there are hand-over and day");
 }
 
 TEST(LabOptions, faultListHasALineForEachFault) {

@@ -146,5 +146,25 @@ TEST_F(RadioTest, everyChangeOfFaultsIsAnnouncedForAllDevices) {
   EXPECT_EQ(changes.size(), 2 * radio.addresses().size());
 }
 
+TEST_F(RadioTest, sleepingComputerKeepsItsBondsAndReachesNothing) {
+  radio.bond(laptop, mouse);
+  radio.openLink(laptop, mouse);
+  radio.setAsleep(laptop, true);
+  EXPECT_EQ(radio.holder(mouse), laptop);
+  EXPECT_EQ(radio.connectedTo(mouse), QString());
+  EXPECT_EQ(radio.openLink(laptop, mouse), RadioAnswer::unreachable);
+  EXPECT_EQ(radio.bond(studio, mouse), RadioAnswer::unreachable);
+  radio.setAsleep(laptop, false);
+  EXPECT_EQ(radio.openLink(laptop, mouse), RadioAnswer::accepted);
+}
+
+TEST_F(RadioTest, whatASleepingComputerLetGoIsFree) {
+  radio.bond(laptop, mouse);
+  radio.release(laptop, mouse);
+  radio.setAsleep(laptop, true);
+  EXPECT_EQ(radio.bond(laptop, mouse), RadioAnswer::unreachable);
+  EXPECT_EQ(radio.bond(studio, mouse), RadioAnswer::accepted);
+}
+
 }  // namespace
 }  // namespace zolvex::lab

@@ -1,0 +1,73 @@
+#include "integration/TwoComputers.h"
+
+#include <fstream>
+
+namespace zolvex::lab {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+bool standsStill(qint64 process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+  std::string text;
+  std::getline(file, text);
+  const auto end = text.rfind(") ");
+  return end != std::string::npos && text[end + 2] == 'T';
+}
+
+/// Automatic connect is off: what happens here is the doing of sleep alone.
+class SleepingComputer : public TwoComputers {
+ protected:
+  bool perform(Desktop& desktop, SessionAct act) {
+    bool hasEnded = false;
+    desktop.session().perform(act, [&](const ActOutcome& outcome) { hasEnded = outcome.isDone; });
+    return waitUntil([&] { return hasEnded; }, 10s);
+  }
+
+  int bondsOf(const Desktop& desktop) {
+    int count = 0;
+    for (const auto& address : radio().addresses()) count += radio().holder(address) == desktop.name() ? 1 : 0;
+    return count;
+  }
+};
+
+TEST_F(SleepingComputer, standsStillAndKeepsItsDevices) {
+  EXPECT_TRUE(perform(laptop(), SessionAct::sleep));
+  EXPECT_TRUE(standsStill(laptop().zolvex()->processId()));
+  EXPECT_FALSE(standsStill(studio().zolvex()->processId()));
+  EXPECT_EQ(bondsOf(laptop()), deviceCount());
+  EXPECT_EQ(devicesOf(laptop()), 0);
+  EXPECT_TRUE(perform(laptop(), SessionAct::wake));
+  EXPECT_FALSE(standsStill(laptop().zolvex()->processId()));
+  EXPECT_TRUE(nextSwitchWorks(studio()));
+}
+
+TEST_F(SleepingComputer, doesNotHearThePeer) {
+  EXPECT_TRUE(perform(laptop(), SessionAct::sleep));
+  studio().control().connectToThisMac(true);
+  EXPECT_TRUE(waitForLog(studio(), u"Connect: peer did not release"_s, 15s));
+  EXPECT_EQ(bondsOf(laptop()), deviceCount());
+  EXPECT_TRUE(comesToRest());
+  EXPECT_TRUE(perform(laptop(), SessionAct::wake));
+  EXPECT_TRUE(nextSwitchWorks(studio()));
+}
+
+TEST_F(SleepingComputer, workersStandStillInTheMiddle) {
+  studio().bluez().setLatency(2s);
+  laptop().control().release();
+  ASSERT_TRUE(waitForState(laptop(), "released", thorough));
+  studio().control().connectToThisMac(true);
+  ASSERT_TRUE(waitUntil([] { return !World::workerProcesses().isEmpty(); }, 15s));
+  EXPECT_TRUE(perform(studio(), SessionAct::sleep));
+  const auto workers = World::workerProcesses();
+  EXPECT_FALSE(workers.isEmpty());
+  for (const auto worker : workers) EXPECT_TRUE(standsStill(worker));
+  studio().bluez().setLatency(60ms);
+  EXPECT_TRUE(perform(studio(), SessionAct::wake));
+  EXPECT_TRUE(comesToRest());
+  EXPECT_TRUE(nextSwitchWorks(studio()));
+}
+
+}  // namespace
+}  // namespace zolvex::lab

@@ -1,0 +1,110 @@
+#include "lab/EventWait.h"
+#include "lab/LabProgram.h"
+
+#include <QProcess>
+#include <QRegularExpression>
+
+namespace zolvex::lab {
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+/// A world that stays, and the commands that act on it from outside.
+class LabControl : public LabProgram {
+ protected:
+  void SetUp() override {
+    LabProgram::SetUp();
+    if (IsSkipped()) return;
+    world_.setProcessEnvironment(environment_);
+    world_.setProcessChannelMode(QProcess::MergedChannels);
+    world_.start(QStringLiteral(ZOLVEX_LAB_PROGRAM), QStringList{u"run"_s} + zolvex_);
+    ASSERT_TRUE(prints(u"The world stays"_s)) << output_.toStdString();
+    static const QRegularExpression number(u"--world (\\d+)"_s);
+    ASSERT_TRUE(prints(u"--world"_s));
+    process_ = number.match(output_).captured(1);
+  }
+
+  void TearDown() override {
+    world_.terminate();
+    if (world_.state() != QProcess::NotRunning) world_.waitForFinished(static_cast<int>(limit.count()));
+    if (HasFailure()) std::printf("%s\n", qPrintable(output_));
+  }
+
+  /// The world has printed it, or does so within the limit.
+  bool prints(const QString& text) {
+    return waitUntil(
+        [&] {
+          output_ += QString::fromUtf8(world_.readAll());
+          return output_.contains(text);
+        },
+        limit);
+  }
+
+  ProgramRun ctl(const QStringList& arguments) const {
+    return runProgram({.program = QStringLiteral(ZOLVEX_LAB_PROGRAM),
+                       .arguments = QStringList{u"ctl"_s, u"--world"_s, process_} + arguments,
+                       .environment = environment_,
+                       .limit = limit});
+  }
+
+  std::string done(const QString& computer, const QString& act) const {
+    const auto run = ctl({computer, act});
+    EXPECT_EQ(run.exitStatus, 0) << run.error.toStdString();
+    return run.output.trimmed().toStdString();
+  }
+
+  std::string refused(const QString& computer, const QString& act) const {
+    const auto run = ctl({computer, act});
+    EXPECT_EQ(run.exitStatus, 1) << run.output.toStdString();
+    return run.error.trimmed().toStdString();
+  }
+
+  QProcess world_;
+  QString output_;
+  QString process_;
+};
+
+TEST_F(LabControl, actsAreDoneOnTheComputerNamed) {
+  EXPECT_EQ(done(u"Laptop"_s, u"lock"_s), "Laptop is locked");
+  EXPECT_EQ(refused(u"laptop"_s, u"lock"_s), "zolvex-lab: Laptop is locked already");
+  EXPECT_EQ(done(u"Studio"_s, u"display-off"_s), "Studio has its display off");
+  EXPECT_EQ(done(u"Studio"_s, u"display-on"_s), "Studio has its display on");
+  EXPECT_EQ(done(u"Laptop"_s, u"unlock"_s), "Laptop is unlocked");
+  EXPECT_EQ(refused(u"Cellar"_s, u"lock"_s), "zolvex-lab: there is no computer \"Cellar\"");
+  EXPECT_TRUE(prints(u"Laptop   session  is unlocked"_s));
+}
+
+TEST_F(LabControl, sleepIsWaitedForAndEndsWithAWake) {
+  EXPECT_TRUE(done(u"Laptop"_s, u"sleep"_s).starts_with("Laptop is asleep after "));
+  EXPECT_EQ(refused(u"Laptop"_s, u"sleep"_s), "zolvex-lab: Laptop is asleep already");
+  EXPECT_EQ(refused(u"Laptop"_s, u"unlock"_s), "zolvex-lab: Laptop is asleep");
+  EXPECT_EQ(done(u"Laptop"_s, u"wake"_s), "Laptop is awake");
+  EXPECT_EQ(refused(u"Laptop"_s, u"wake"_s), "zolvex-lab: Laptop is not asleep");
+}
+
+TEST_F(LabControl, sleepingWorldEndsInOrder) {
+  done(u"Laptop"_s, u"sleep"_s);
+  world_.terminate();
+  ASSERT_TRUE(world_.waitForFinished(static_cast<int>(limit.count())));
+  output_ += QString::fromUtf8(world_.readAll());
+  EXPECT_EQ(world_.exitStatus(), QProcess::NormalExit);
+  EXPECT_EQ(output_.count(u"Zolvex ended with status 0"_s), 2) << output_.toStdString();
+  EXPECT_TRUE(leftNothingBehind());
+}
+
+TEST_F(LabControl, worldThatIsNotThereIsNamed) {
+  process_ = u"4194304"_s;
+  EXPECT_EQ(refused(u"Laptop"_s, u"lock"_s),
+            "zolvex-lab: the world of process 4194304 takes no commands: No such file or directory");
+}
+
+TEST_F(LabControl, consoleTakesTheSameActs) {
+  world_.write("sleep Laptop\nlock Laptop\nwake Laptop\nlock Attic\nwho\n");
+  EXPECT_TRUE(prints(u"Laptop   session  is asleep after"_s));
+  EXPECT_TRUE(prints(u"lab      Magic Mouse: Laptop, "_s));
+  EXPECT_TRUE(prints(u"lab      there is no computer \"Attic\""_s));
+}
+
+}  // namespace
+}  // namespace zolvex::lab
