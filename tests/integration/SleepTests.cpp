@@ -8,7 +8,7 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-bool standsStill(qint64 process) {
+bool standsStill(pid_t process) {
   std::ifstream file("/proc/" + std::to_string(process) + "/stat");
   std::string text;
   std::getline(file, text);
@@ -25,6 +25,8 @@ class SleepingComputer : public TwoComputers {
     return waitUntil([&] { return hasEnded; }, 10s);
   }
 
+  static pid_t processOf(Desktop& desktop) { return static_cast<pid_t>(desktop.zolvex()->processId()); }
+
   int bondsOf(const Desktop& desktop) {
     int count = 0;
     for (const auto& address : radio().addresses()) count += radio().holder(address) == desktop.name() ? 1 : 0;
@@ -34,12 +36,12 @@ class SleepingComputer : public TwoComputers {
 
 TEST_F(SleepingComputer, standsStillAndKeepsItsDevices) {
   EXPECT_TRUE(perform(laptop(), SessionAct::sleep));
-  EXPECT_TRUE(standsStill(laptop().zolvex()->processId()));
-  EXPECT_FALSE(standsStill(studio().zolvex()->processId()));
+  EXPECT_TRUE(standsStill(processOf(laptop())));
+  EXPECT_FALSE(standsStill(processOf(studio())));
   EXPECT_EQ(bondsOf(laptop()), deviceCount());
   EXPECT_EQ(devicesOf(laptop()), 0);
   EXPECT_TRUE(perform(laptop(), SessionAct::wake));
-  EXPECT_FALSE(standsStill(laptop().zolvex()->processId()));
+  EXPECT_FALSE(standsStill(processOf(laptop())));
   EXPECT_TRUE(nextSwitchWorks(studio()));
 }
 
@@ -58,10 +60,10 @@ TEST_F(SleepingComputer, workersStandStillInTheMiddle) {
   laptop().control().release();
   ASSERT_TRUE(waitForState(laptop(), "released", thorough));
   studio().control().connectToThisMac(true);
-  ASSERT_TRUE(waitUntil([] { return !World::workerProcesses().isEmpty(); }, 15s));
+  ASSERT_TRUE(waitUntil([&] { return !ProcessTree::descendantsOf(processOf(studio())).empty(); }, 15s));
   EXPECT_TRUE(perform(studio(), SessionAct::sleep));
-  const auto workers = World::workerProcesses();
-  EXPECT_FALSE(workers.isEmpty());
+  const auto workers = ProcessTree::descendantsOf(processOf(studio()));
+  EXPECT_FALSE(workers.empty());
   for (const auto worker : workers) EXPECT_TRUE(standsStill(worker));
   studio().bluez().setLatency(60ms);
   EXPECT_TRUE(perform(studio(), SessionAct::wake));
