@@ -1,6 +1,7 @@
 #include "lab/cli/DayStory.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace zolvex::lab {
 
@@ -25,6 +26,9 @@ constexpr std::chrono::milliseconds lockGrace = 20s;
 constexpr std::chrono::milliseconds debounce = 12'500ms;
 
 constexpr std::chrono::milliseconds shortBreak = 3s;
+
+/// What the user needs from one scene to the next.
+constexpr std::chrono::milliseconds wayTime = 1s;
 
 /// Longer than Zolvex takes to begin a move, if it were to.
 constexpr std::chrono::milliseconds quietTime = 2'500ms;
@@ -109,21 +113,19 @@ bool DayStory::lookAway() {
 }
 
 void DayStory::tell(const QString& scene) {
+  letTimePass(wayTime);
   scene_ = scene;
   if (!world_.isInterrupted()) report_.print(u"lab"_s, scene);
 }
 
 bool DayStory::act(const QString& computer, SessionAct act) {
-  ActOutcome outcome{false, u"%1 did not get ready within %2 ms"_s.arg(computer).arg(actLimit.count())};
-  auto hasEnded = std::make_shared<bool>(false);
   if (act == SessionAct::unlock || act == SessionAct::wake) sinceComing_[computer].start();
   sinceAct_.start();
-  world_.desktop(computer).session().perform(act, [&outcome, hasEnded](const ActOutcome& end) {
-    outcome = end;
-    *hasEnded = true;
-  });
-  world_.waitUntil([&] { return *hasEnded; }, actLimit);
-  return outcome.isDone || fail(outcome.text);
+  const auto end = std::make_shared<ActOutcome>();  // may come late
+  world_.desktop(computer).session().perform(act, [end](const ActOutcome& outcome) { *end = outcome; });
+  world_.waitUntil([&] { return !end->text.isEmpty(); }, actLimit);
+  if (end->text.isEmpty()) return fail(u"%1 did not do it within %2 ms"_s.arg(computer).arg(actLimit.count()));
+  return end->isDone || fail(end->text);
 }
 
 bool DayStory::moveTo(const QString& computer, std::chrono::milliseconds grace) {
