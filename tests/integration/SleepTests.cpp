@@ -27,6 +27,12 @@ class SleepingComputer : public TwoComputers {
     return waitUntil([&] { return hasEnded; }, 10s);
   }
 
+  /// Until a health check has been answered: while one is under way, other commands are dropped.
+  bool studioHearsLaptop() {
+    const auto answers = logged(studio(), u"Client got response"_s);
+    return waitUntil([&] { return logged(studio(), u"Client got response"_s) > answers; }, 20s);
+  }
+
   static pid_t processOf(Desktop& desktop) { return static_cast<pid_t>(desktop.zolvex()->processId()); }
 
   int bondsOf(const Desktop& desktop) {
@@ -37,6 +43,7 @@ class SleepingComputer : public TwoComputers {
 };
 
 TEST_F(SleepingComputer, standsStillAndKeepsItsDevices) {
+  EXPECT_TRUE(studioHearsLaptop());
   EXPECT_TRUE(perform(laptop(), SessionAct::sleep));
   EXPECT_TRUE(standsStill(processOf(laptop())));
   EXPECT_FALSE(standsStill(processOf(studio())));
@@ -60,6 +67,7 @@ TEST_F(DeafComputer, doesNotHearThePeer) {
   EXPECT_EQ(bondsOf(laptop()), radio().addresses().size());
   EXPECT_TRUE(comesToRest());
   EXPECT_TRUE(perform(laptop(), SessionAct::wake));
+  EXPECT_TRUE(studioHearsLaptop());
   EXPECT_TRUE(nextSwitchWorks(studio()));
 }
 
