@@ -1,5 +1,7 @@
 #include "lab/session/ComputerSession.h"
 
+#include <utility>
+
 namespace zolvex::lab {
 
 using namespace Qt::StringLiterals;

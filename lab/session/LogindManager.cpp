@@ -142,7 +142,7 @@ void LogindManager::listSessions(const BusCall& call) const {
 void LogindManager::listInhibitors(const BusCall& call) const {
   QList<InhibitorRow> rows;
   for (const auto& one : logind_.inhibitors().all())
-    rows.append({one.what, one.who, one.why, one.mode, one.user, one.process});
+    rows.append(InhibitorRow{one.what, one.who, one.why, one.mode, one.user, one.process});
   call.reply({QVariant::fromValue(rows)});
 }
 

@@ -143,14 +143,18 @@ void Desktop::standStill() {
   if (zolvex_) zolvex_->freeze();
   if (avahi_) avahi_->freeze();
   bluez().setAsleep(true);
-  network_.setConnected(name(), false);
+  setOnNetwork(false);
 }
 
 void Desktop::goOn() {
-  network_.setConnected(name(), true);
+  setOnNetwork(true);
   bluez().setAsleep(false);
   if (avahi_) avahi_->thaw();
   if (zolvex_) zolvex_->thaw();
+}
+
+void Desktop::setOnNetwork(bool connected) {
+  if (!network_.setConnected(name(), connected)) qWarning("%s", qUtf8Printable(network_.errorString()));
 }
 
 void Desktop::askToEnd() {

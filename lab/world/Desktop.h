@@ -67,6 +67,7 @@ class Desktop : public QObject {
   bool saveEnvironment();
   void standStill();
   void goOn();
+  void setOnNetwork(bool connected);
 
   Network& network_;
   Computer computer_;

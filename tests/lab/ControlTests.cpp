@@ -106,5 +106,25 @@ TEST_F(LabControl, consoleTakesTheSameActs) {
   EXPECT_TRUE(prints(u"lab      there is no computer \"Attic\""_s));
 }
 
+/// In a process namespace of its own, where no other world is to be seen.
+TEST_F(LabProgram, onlyWorldThatRunsNeedsNoName) {
+  const QStringList alone{u"-Urpf"_s, u"--mount-proc"_s};
+  if (QProcess::execute(u"unshare"_s, alone + QStringList{u"true"_s}) != 0) GTEST_SKIP() << "/proc cannot be mounted";
+  const auto script =
+      uR"(lab=%1 log=$TMPDIR/log
+$lab ctl Laptop lock
+$lab run --zolvex %2 > $log < /dev/null & world=$!
+until grep -q 'The world stays' $log; do kill -0 $world || exit 1; sleep 0.05; done
+$lab ctl Laptop lock
+kill $world; wait $world; rm $log)"_s.arg(QStringLiteral(ZOLVEX_LAB_PROGRAM), QStringLiteral(ZOLVEX_PROGRAM));
+  const auto run = runProgram({.program = u"unshare"_s,
+                               .arguments = alone + QStringList{u"sh"_s, u"-c"_s, script},
+                               .environment = environment_,
+                               .limit = limit});
+  EXPECT_EQ(run.output, "Laptop is locked\n");
+  EXPECT_EQ(run.error, "zolvex-lab: no world is running; \"zolvex-lab run\" makes one\n");
+  EXPECT_TRUE(leftNothingBehind());
+}
+
 }  // namespace
 }  // namespace zolvex::lab
