@@ -82,6 +82,7 @@ TEST_F(BluezDaemonTest, connectionUnderWayFailsWhenTheComputerFallsAsleep) {
                    [&](const BusCall& call, const QString& error) {
                      if (call.member() == u"Connect"_s) ended = error;
                    });
+  laptop.bluez().setLatency(1s);
   client->send(DeviceInterface::pathOf(mouse), u"org.bluez.Device1"_s, u"Connect"_s);
   EXPECT_EQ(client->deviceProperty(mouse, u"Connected"_s), false);  // the call has come as well
   laptop.bluez().setAsleep(true);
