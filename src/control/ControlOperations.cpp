@@ -64,6 +64,8 @@ Refusal ControlOperations::refusalOfSetup(bool anySelected) const {
 }
 
 Refusal ControlOperations::registerPeer(const std::string& id) {
+  const auto* registered = use_.networkStore.registeredPeer();
+  if (registered && uppercased(registered->id) == uppercased(id)) return std::nullopt;
   const auto& discovered = use_.networkStore.discoveredNetworkDevices();
   const auto found = std::find_if(discovered.begin(), discovered.end(), [wanted = uppercased(id)](const auto& device) {
     return uppercased(device.id) == wanted;

@@ -3,8 +3,11 @@
 #include "control/ControlTypes.h"
 #include "core/Version.h"
 
+#include <algorithm>
 #include <chrono>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -97,13 +100,35 @@ void ControlState::observeOwnership() {
 }
 
 void ControlState::observePeers() {
-  subscriptions_.push_back(use_.networkStore.observeNetworkDevices([this](const auto& peers) {
-    const auto now = use_.mainQueue.now();
-    assigned.emit(u"RegisteredPeers"_s, peerRows(peers, now));
-    assigned.emit(u"PeerReachable"_s, isFirstReachable(peers, now));
-  }));
-  subscriptions_.push_back(use_.networkStore.observeDiscoveredNetworkDevices(
-      [this](const auto& peers) { assigned.emit(u"DiscoveredPeers"_s, peerRows(peers, use_.mainQueue.now())); }));
+  subscriptions_.push_back(
+      use_.networkStore.observeNetworkDevices([this](const auto& peers) { tellRegistered(peers); }));
+  subscriptions_.push_back(
+      use_.networkStore.observeDiscoveredNetworkDevices([this](const auto& peers) { tellDiscovered(peers); }));
+}
+
+void ControlState::tellRegistered(const Peers& peers) {
+  const auto now = use_.mainQueue.now();
+  assigned.emit(u"RegisteredPeers"_s, peerRows(peers, now));
+  assigned.emit(u"PeerReachable"_s, isFirstReachable(peers, now));
+  registeredExpiry_ = tellAgain(peers, [this](const Peers& still) { tellRegistered(still); });
+}
+
+void ControlState::tellDiscovered(const Peers& peers) {
+  assigned.emit(u"DiscoveredPeers"_s, peerRows(peers, use_.mainQueue.now()));
+  discoveredExpiry_ = tellAgain(peers, [this](const Peers& still) { tellDiscovered(still); });
+}
+
+/// When the first of them stops counting as reachable, which nothing announces.
+WorkItem ControlState::tellAgain(const Peers& peers, std::function<void(const Peers&)> tell) {
+  const auto now = use_.mainQueue.now();
+  std::optional<Seconds> soonest;
+  for (const auto& peer : peers) {
+    if (!NetworkDeviceStore::isReachable(peer, now)) continue;
+    const Seconds left = *peer.lastReachableAt + NetworkDeviceStore::peerReachabilityFreshness - now;
+    soonest = std::min(left, soonest.value_or(left));
+  }
+  if (!soonest) return {};
+  return use_.mainQueue.after(*soonest, [peers, tell = std::move(tell)] { tell(peers); });
 }
 
 void ControlState::tellOperation() {

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -30,10 +31,16 @@ class ControlState {
   void observePeers();
   void tellOperation();
   void tellTransportMode();
+  using Peers = std::vector<NetworkDevice>;
+  void tellRegistered(const Peers& peers);
+  void tellDiscovered(const Peers& peers);
+  WorkItem tellAgain(const Peers& peers, std::function<void(const Peers&)> tell);
 
   Controlled use_;
   QString toldOperation_;
   QString toldTransportMode_;
+  WorkItem registeredExpiry_;
+  WorkItem discoveredExpiry_;
   std::vector<Subscription> subscriptions_;
   Lifetime lifetime_;
 };

@@ -146,6 +146,7 @@ TEST_F(ControlOperationsTest, onlyAFoundComputerBecomesThePeer) {
   EXPECT_EQ(refusal->name, error::unknownPeer);
   EXPECT_EQ(operations.registerPeer("def456"), std::nullopt);
   EXPECT_EQ(world.network().registeredPeer()->id, "DEF456");
+  EXPECT_EQ(operations.registerPeer("def456"), std::nullopt);  // no longer among those to choose from
 }
 
 TEST_F(ControlOperationsTest, removesThePeerOnce) {

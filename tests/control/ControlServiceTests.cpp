@@ -172,6 +172,18 @@ TEST_F(ControlServiceTest, devicesPeersAndTransportAreToldToo) {
   EXPECT_EQ(changesOf(u"TransportMode"_s, 1), std::vector<std::string>{"bluetooth"});
 }
 
+TEST_F(ControlServiceTest, thatAPeerHasFallenSilentIsTold) {
+  world.peer.receive("HEALTH_CHECK");
+  world.peer.answer = PeerReply::failed("timeout");
+  world.advance(Seconds(44.9));
+  EXPECT_EQ(changesOf(u"PeerReachable"_s, 1), std::vector<std::string>{"true"});
+  world.advance(Seconds(0.2));
+  EXPECT_EQ(changesOf(u"PeerReachable"_s, 2), (std::vector<std::string>{"true", "false"}));
+  const auto peers = qdbus_cast<PeerRows>(client->property(u"RegisteredPeers"_s));
+  ASSERT_EQ(peers.size(), 1);
+  EXPECT_FALSE(peers[0].isReachable);
+}
+
 TEST_F(ControlServiceTest, refusalsHaveNamesAndTexts) {
   client->call(u"Release"_s);
   const auto busy = client->call(u"ForceConnect"_s, {true});

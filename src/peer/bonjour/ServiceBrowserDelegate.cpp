@@ -81,7 +81,16 @@ void ServiceBrowserDelegate::serviceRemoved(const std::string& name) {
   logger.info("Service removed: {}", escapedForLog(name));
   services_.erase(name);
   const auto known = serviceIDsByName_.extract(name);
-  store_.peerTransportLost(known ? known.mapped() : name);
+  const auto id = known ? known.mapped() : name;
+  store_.peerTransportLost(id);
+  reportNamesakeOf(id);
+}
+
+/// Whatever carries the same id in its name has taken the address of the one that is still there.
+void ServiceBrowserDelegate::reportNamesakeOf(const std::string& id) {
+  const auto remaining = std::find_if(serviceIDsByName_.begin(), serviceIDsByName_.end(),
+                                      [&id](const auto& entry) { return entry.second == id; });
+  if (remaining != serviceIDsByName_.end()) report(id, services_.at(remaining->first));
 }
 
 }  // namespace zolvex

@@ -47,6 +47,7 @@ class ServiceBrowserDelegate final : public ServiceBrowserListener {
 
   bool mayBeOwn(const std::string& name, const Service& service) const;
   void report(const std::string& id, const Service& service);
+  void reportNamesakeOf(const std::string& id);
 
   ServiceBrowser& browser_;
   const MainQueue& mainQueue_;

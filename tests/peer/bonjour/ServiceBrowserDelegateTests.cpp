@@ -101,6 +101,16 @@ TEST_F(ServiceBrowserDelegateTest, anIdIsForgottenWithItsService) {
   EXPECT_THAT(store.lost, ElementsAre("ABC123", "Zolvex-ABC123"));
 }
 
+TEST_F(ServiceBrowserDelegateTest, aServiceThatRemainsTakesTheIdBackFromOneThatWent) {
+  delegate.serviceFound("Zolvex-ABC123", false);
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
+  delegate.serviceFound("Zolvex-ABC123 #2", false);
+  delegate.serviceResolved("Zolvex-ABC123 #2", {"192.168.1.8"}, 9999);
+  delegate.serviceRemoved("Zolvex-ABC123 #2");
+  ASSERT_EQ(discoveredIds(), (std::vector<std::string>{"ABC123", "ABC123", "ABC123"}));
+  EXPECT_EQ(store.discovered.back().port, 4711);
+}
+
 TEST_F(ServiceBrowserDelegateTest, lateAnswerForARemovedServiceIsIgnored) {
   delegate.serviceFound("Zolvex-ABC123", false);
   delegate.serviceRemoved("Zolvex-ABC123");
