@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -31,8 +32,15 @@ class UserDefaults {
   /// Persists `value`; observers of `changed` are told.
   virtual void set(std::string_view key, DefaultsValue value) = 0;
 
+  /// Persists what the program notes down on its own account, as set() does. Only where what is persisted cannot be
+  /// read, so that somebody has to mend it, a note alone does not replace it: it counts in this run.
+  virtual void note(std::string_view key, DefaultsValue value) { set(key, std::move(value)); }
+
   /// Removes the persisted value, if there is one; observers of `changed` are told.
   virtual void remove(std::string_view key) = 0;
+
+  /// Why the latest changes are in effect but not persisted, for people; none when all is well.
+  virtual std::optional<std::string> persistenceProblem() const { return std::nullopt; }
 
   /// Adds defaults for keys that are not persisted.
   void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults);

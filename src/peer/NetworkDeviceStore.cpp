@@ -44,6 +44,7 @@ void NetworkDeviceStore::start(PeerCommandHandler& handler) {
   handler_ = &handler;
   load();
   startTransport();
+  settings_ = defaults_.changed.observe([this] { settingsChanged(); });
   scheduleHealthCheck(firstHealthCheckDelay);
 }
 
@@ -135,11 +136,29 @@ void NetworkDeviceStore::removePeer() {
 void NetworkDeviceStore::setTransportMode(std::string_view mode) {
   stopTransport();
   defaults_.set(settings::transportMode, std::string(mode));
+  forgetWhatWasSeen();
+  startTransport();
+}
+
+void NetworkDeviceStore::forgetWhatWasSeen() {
   discoveredNetworkDevices_ = std::vector<NetworkDevice>{};
   auto devices = networkDevices();
   for (auto& device : devices) device.isActive = false;
   networkDevices_ = std::move(devices);
   save();
+}
+
+/// Not at once: a change may be told while the running transport is in the middle of a call, and setTransportMode()
+/// causes changes before it has started the new one.
+void NetworkDeviceStore::settingsChanged() {
+  if (selectsBluetooth() != isBluetoothStarted_) modeCheck_ = mainQueue_.after(Seconds(0), [this] { followMode(); });
+}
+
+void NetworkDeviceStore::followMode() {
+  if (selectsBluetooth() == isBluetoothStarted_) return;
+  logger.info("The transport was changed in the settings");
+  stopTransport();
+  forgetWhatWasSeen();
   startTransport();
 }
 
@@ -202,7 +221,7 @@ void NetworkDeviceStore::refreshRegisteredAddress(const NetworkDevice& found) {
   registered->port = found.port;
   registered->lastUpdated = mainQueue_.now();
   networkDevices_ = std::move(devices);
-  save();
+  noteDown();
 }
 
 void NetworkDeviceStore::peerTransportLost(const std::string& id) {
@@ -220,18 +239,30 @@ void NetworkDeviceStore::load() {
 }
 
 void NetworkDeviceStore::save() {
-  if (auto encoded = encodeNetworkDevices(networkDevices()))
-    defaults_.set(settings::networkDevices, *std::move(encoded));
-  else
-    logger.error("Failed to save network devices: {}", "a text is not UTF-8");
+  if (auto encoded = encodedDevices()) defaults_.set(settings::networkDevices, *std::move(encoded));
+}
+
+void NetworkDeviceStore::noteDown() {
+  if (auto encoded = encodedDevices()) defaults_.note(settings::networkDevices, *std::move(encoded));
+}
+
+std::optional<std::string> NetworkDeviceStore::encodedDevices() const {
+  auto encoded = encodeNetworkDevices(networkDevices());
+  if (!encoded) logger.error("Failed to save network devices: {}", "a text is not UTF-8");
+  return encoded;
+}
+
+bool NetworkDeviceStore::selectsBluetooth() const {
+  return transportMode() == settings::transportBluetooth;
 }
 
 PeerTransport* NetworkDeviceStore::selectedTransport() const {
-  return transportMode() == settings::transportBluetooth ? transports_.bluetooth : &transports_.bonjour;
+  return selectsBluetooth() ? transports_.bluetooth : &transports_.bonjour;
 }
 
 void NetworkDeviceStore::startTransport() {
-  if (transportMode() == settings::transportBluetooth) logger.info("Starting BLE transport");
+  isBluetoothStarted_ = selectsBluetooth();
+  if (isBluetoothStarted_) logger.info("Starting BLE transport");
   runningTransport_ = selectedTransport();
   if (runningTransport_) runningTransport_->start(*this);
 }
@@ -265,7 +296,7 @@ void NetworkDeviceStore::markReachability(const std::string& id, bool reachable,
     list = std::move(devices);
     return true;
   };
-  if (mark(networkDevices_) && persist) save();
+  if (mark(networkDevices_) && persist) noteDown();
   mark(discoveredNetworkDevices_);
 }
 

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,7 +19,8 @@ namespace zolvex {
 
 /// The one object through which this computer knows and talks to the other. It keeps the registered peer (persisted)
 /// and the peers seen now, owns the choice of the transport, sends one command at a time, checks the peer's health,
-/// and turns received commands into calls on the PeerCommandHandler. It decides nothing about devices.
+/// and turns received commands into calls on the PeerCommandHandler. It decides nothing about devices. A transport
+/// mode that is changed in the settings, by whomever, is in effect as after setTransportMode().
 /// One instance for the whole run. Main thread.
 class NetworkDeviceStore final : private PeerTransportDelegate {
  public:
@@ -76,10 +78,16 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   void peerTransportLost(const std::string& id) override;
 
   void load();
-  void save();
+  void save();      // what the user changed
+  void noteDown();  // what was learnt of the peer
+  std::optional<std::string> encodedDevices() const;
   void startTransport();
   void stopTransport();
+  bool selectsBluetooth() const;
   PeerTransport* selectedTransport() const;
+  void settingsChanged();
+  void followMode();
+  void forgetWhatWasSeen();
   void scheduleHealthCheck(Seconds delay);
   void checkHealth();
   void dispatch(DeviceCommand command, const std::shared_ptr<ReplyChannel>& channel);
@@ -92,6 +100,9 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   Transports transports_;
   PeerCommandHandler* handler_ = nullptr;
   PeerTransport* runningTransport_ = nullptr;
+  bool isBluetoothStarted_ = false;  // also where there is no Bluetooth LE link to start
+  Subscription settings_;
+  WorkItem modeCheck_;
   Published<std::vector<NetworkDevice>> networkDevices_;
   Published<std::vector<NetworkDevice>> discoveredNetworkDevices_;
   WorkItem peerHealthTimer_;

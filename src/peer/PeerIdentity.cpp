@@ -24,7 +24,7 @@ std::string peerIdentity(UserDefaults& defaults) {
   const auto stored = defaults.string(settings::peerIdentityID);
   if (stored && !trimmed(*stored).empty()) return *stored;
   auto fresh = withoutHyphens(randomUuid());
-  defaults.set(settings::peerIdentityID, fresh);
+  defaults.note(settings::peerIdentityID, fresh);
   return fresh;
 }
 

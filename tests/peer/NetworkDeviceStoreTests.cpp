@@ -271,6 +271,66 @@ TEST_F(NetworkDeviceStoreTest, changingTheTransportForgetsWhatWasSeenButKeepsThe
   EXPECT_EQ(world.peer.starts, 2);
 }
 
+// A transport mode that somebody else wrote
+
+TEST_F(NetworkDeviceStoreTest, aModeChangedInTheSettingsSwitchesTheRunningTransport) {
+  send(released);
+  world.advance(1s);
+  world.peer.discover({"DEF456", "DEF456", "192.0.2.9", std::uint16_t{99}, world.time.now(), true, world.time.now()});
+  const auto contact = peer().lastReachableAt;
+  world.defaults.set(settings::transportMode, std::string("bluetooth"));
+  EXPECT_TRUE(world.peer.isStarted()) << "not in the middle of what changes the settings";
+  world.runUntilIdle();
+  EXPECT_FALSE(world.peer.isStarted());
+  EXPECT_TRUE(world.log.contains("Starting BLE transport"));
+  EXPECT_TRUE(world.network().discoveredNetworkDevices().empty());
+  EXPECT_FALSE(peer().isActive);
+  EXPECT_EQ(peer().lastReachableAt, contact);
+  EXPECT_EQ(saved(), world.network().networkDevices());
+  world.defaults.set(settings::transportMode, std::string("bonjour"));
+  world.runUntilIdle();
+  EXPECT_TRUE(world.peer.isStarted());
+  EXPECT_EQ(world.peer.starts, 2);
+}
+
+TEST_F(NetworkDeviceStoreTest, aModeThatIsNoLongerSetFallsBackToBluetooth) {
+  world.defaults.remove(settings::transportMode);
+  world.runUntilIdle();
+  EXPECT_FALSE(world.peer.isStarted());
+  EXPECT_EQ(world.log.count("Starting BLE transport"), 1);
+}
+
+TEST_F(NetworkDeviceStoreTest, aModeThatSelectsTheSameTransportLeavesItRunning) {
+  world.peer.discover({"DEF456", "DEF456", "192.0.2.9", std::uint16_t{99}, world.time.now(), true, world.time.now()});
+  world.defaults.set(settings::transportMode, std::string("BLUETOOTH"));
+  world.runUntilIdle();
+  EXPECT_EQ(world.peer.starts, 1);
+  EXPECT_EQ(world.network().discoveredNetworkDevices().size(), 1u);
+}
+
+TEST_F(NetworkDeviceStoreTest, aModeThatIsChangedBackBeforeItIsLookedAtLeavesTheTransportRunning) {
+  world.defaults.set(settings::transportMode, std::string("bluetooth"));
+  world.defaults.set(settings::transportMode, std::string("bonjour"));
+  world.runUntilIdle();
+  EXPECT_EQ(world.peer.starts, 1);
+  EXPECT_FALSE(world.log.contains("Starting BLE transport"));
+}
+
+TEST_F(NetworkDeviceStoreTest, ourOwnChangeOfTheTransportSwitchesOnce) {
+  world.network().setTransportMode("bluetooth");
+  world.network().setTransportMode("bonjour");
+  world.runUntilIdle();
+  EXPECT_EQ(world.peer.starts, 2);
+  EXPECT_EQ(world.log.count("Starting BLE transport"), 1);
+  EXPECT_FALSE(world.log.contains("The transport was changed in the settings"));
+}
+
+TEST_F(NetworkDeviceStoreTest, otherSettingsDoNotTouchTheTransport) {
+  world.defaults.set(settings::autoConnect, false);
+  world.runUntilIdle();
+  EXPECT_EQ(world.peer.starts, 1);
+}
+
 TEST_F(NetworkDeviceStoreTest, aReplyAfterTheTransportChangedStillCompletesItsCommand) {
   world.peer.answer = std::nullopt;
   send(pleaseRelease);

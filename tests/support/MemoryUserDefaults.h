@@ -10,6 +10,9 @@ namespace zolvex::test {
 /// Settings that live as long as the test.
 class MemoryUserDefaults final : public UserDefaults {
  public:
+  std::optional<std::string> problem;  ///< Why nothing is persisted.
+  std::optional<std::string> persistenceProblem() const override { return problem; }
+
   std::optional<DefaultsValue> stored(std::string_view key) const override {
     const auto found = values_.find(key);
     return found == values_.end() ? std::nullopt : std::optional(found->second);
