@@ -25,7 +25,7 @@ UserDefaults& withRegisteredDefaults(UserDefaults& defaults) {
 
 SharedObjects::SharedObjects()
     : decisions_(mainQueue_, {"DeviceManager", "SessionEvents", "SleepPreparation"}),
-      defaults_(mainQueue_, QSettingsDefaults::standardPath()),
+      defaults_(mainQueue_, FileUserDefaults::standardPath()),
       systemBus_(mainQueue_, BusLink::Bus::system),
       sessionBus_(mainQueue_, BusLink::Bus::session),
       hostName_(systemBus_),

@@ -18,7 +18,7 @@
 #include "platform/linux/HostName1.h"
 #include "platform/linux/LinuxSession.h"
 #include "platform/linux/PosixProcessLauncher.h"
-#include "platform/linux/QSettingsDefaults.h"
+#include "platform/linux/FileUserDefaults.h"
 #include "platform/linux/QtMainQueue.h"
 #include "ui/ZolvexNotifier.h"
 
@@ -39,7 +39,7 @@ class SharedObjects {
  private:
   QtMainQueue mainQueue_;
   LogFeed decisions_;
-  QSettingsDefaults defaults_;
+  FileUserDefaults defaults_;
 
   BusLink systemBus_;
   BusLink sessionBus_;

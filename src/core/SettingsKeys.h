@@ -14,6 +14,8 @@ inline constexpr std::string_view managedDeviceAddresses = "managedDeviceAddress
 inline constexpr std::string_view deviceNames = "deviceNames";                        // dictionary, no default
 inline constexpr std::string_view networkDevices = "networkDevices";                  // JSON text, no default
 inline constexpr std::string_view peerIdentityID = "peerIdentityID";                  // text, made at first use
+// bool, no default; stored once launch at login was switched on
+inline constexpr std::string_view didConfigureLaunchAtLoginDefault = "didConfigureLaunchAtLoginDefault";
 
 /// Value of `transportMode` that selects Bluetooth LE; any other text selects Bonjour.
 inline constexpr std::string_view transportBluetooth = "bluetooth";

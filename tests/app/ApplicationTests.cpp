@@ -150,17 +150,24 @@ TEST_F(ApplicationTest, aWorkerFlagBehindAnotherArgumentStartsTheApplication) {
   EXPECT_EQ(computer.end(), 0);
 }
 
-TEST_F(ApplicationTest, garbageForSettingsIsKeptAside) {
-  computer.writeSettings("{\"autoConnect\": tru");
+TEST_F(ApplicationTest, garbageForSettingsStaysUntilASettingIsChanged) {
+  const QByteArray garbage = "{\"autoConnect\": tru";
+  const auto keptAside = [this] {
+    return QDir(computer.directory.filePath(u"zolvex"_s)).entryList({u"*.damaged-*"_s}).size();
+  };
+  computer.writeSettings(garbage);
   ASSERT_TRUE(computer.sessionBus.start());
   ASSERT_TRUE(computer.startOnBus());
-  EXPECT_NE(log().find("the settings file is no JSON object; it is kept as "), std::string::npos);
+  EXPECT_NE(log().find("the settings file " + computer.settingsFile().toStdString() + " is no JSON"),
+            std::string::npos);
   auto settings = computer.control({u"settings"_s, u"--json"_s});
   EXPECT_EQ(settings.exitStatus(), 0);
   EXPECT_EQ(settings.output(),
             "{\"autoConnect\":true,\"autoRelease\":true,\"autoReleaseHours\":-1,\"globalHotkeyEnabled\":true,"
             "\"transportMode\":\"bluetooth\"}\n");
-  EXPECT_EQ(QDir(computer.directory.filePath(u"zolvex"_s)).entryList({u"*.damaged-*"_s}).size(), 1);
+  EXPECT_EQ(keptAside(), 0);
+  EXPECT_EQ(computer.control({u"settings"_s, u"autoConnect"_s, u"off"_s}).exitStatus(), 0);
+  EXPECT_EQ(keptAside(), 1);
   EXPECT_EQ(computer.end(), 0);
 }
 
@@ -187,6 +194,16 @@ TEST_F(ApplicationTest, aSettingChangedInTheFileIsInEffectAtOnce) {
     auto program = computer.control({u"settings"_s, u"autoConnect"_s});
     return program.exitStatus() == 0 && program.output() == "false\n";
   }));
+  EXPECT_EQ(computer.end(), 0);
+}
+
+TEST_F(ApplicationTest, aTransportChangedInTheFileIsTheRunningOneSoon) {
+  ASSERT_TRUE(computer.sessionBus.start());
+  ASSERT_TRUE(computer.startOnBus());
+  EXPECT_NE(log().find("Starting BLE transport"), std::string::npos);
+  EXPECT_EQ(log().find("Listener ready"), std::string::npos);
+  computer.writeSettings(R"({"transportMode": "bonjour"})");
+  EXPECT_TRUE(zolvex().complains("Listener ready: Port "));
   EXPECT_EQ(computer.end(), 0);
 }
 
@@ -222,6 +239,17 @@ TEST_F(ApplicationTest, endsQuicklyWhileAWorkerHangs) {
     return gone.errorName() == u"org.freedesktop.DBus.Error.ServiceUnknown"_s ||
            gone.errorName() == u"org.freedesktop.DBus.Error.NameHasNoOwner"_s;
   }));
+}
+
+TEST_F(ApplicationTest, endsWithoutReleasingTheDevices) {
+  computer.writeSettings(R"({"managedDeviceAddresses": ["AA-BB-CC-DD-EE-01"], "autoConnect": false})");
+  ASSERT_TRUE(computer.sessionBus.start());
+  ASSERT_TRUE(computer.systemBus.start());
+  ScriptedService bluez(computer.systemBus.address(), u"org.bluez"_s,
+                        [](const QDBusMessage&) { return QDBusMessage(); });
+  ASSERT_TRUE(computer.startOnBus());
+  EXPECT_EQ(computer.end(), 0);
+  EXPECT_TRUE(bluez.calls().empty());
 }
 
 TEST_F(ApplicationTest, answersAThousandPropertyReads) {

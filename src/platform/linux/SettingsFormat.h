@@ -2,22 +2,14 @@
 
 #include "core/UserDefaults.h"
 
-#include <QSettings>
-#include <QVariant>
+#include <QJsonValue>
 
-#include <optional>
-
+/// Settings as the members of a JSON object, with their real JSON types.
 namespace zolvex::settingsFormat {
 
-/// The registered QSettings format: one JSON object, its members the settings, with their real JSON types.
-QSettings::Format jsonFormat();
-
-/// The members of the JSON object in `bytes`; an empty text is an empty object. None when it is anything else.
-std::optional<QSettings::SettingsMap> parse(const QByteArray& bytes);
-
-QVariant toVariant(const DefaultsValue& value);
+QJsonValue toJson(const DefaultsValue& value);
 
 /// std::monostate for whatever no setting can be.
-DefaultsValue fromVariant(const QVariant& value);
+DefaultsValue fromJson(const QJsonValue& value);
 
 }  // namespace zolvex::settingsFormat

@@ -1,0 +1,173 @@
+#include "platform/linux/FileUserDefaults.h"
+
+#include "core/Log.h"
+#include "core/SettingsTypes.h"
+#include "platform/linux/ConfigDirectory.h"
+#include "platform/linux/SettingsFormat.h"
+
+#include <QFileInfo>
+
+#include <utility>
+
+namespace zolvex {
+
+namespace {
+
+constexpr Logger logger("Settings");
+
+QString qString(std::string_view text) {
+  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+}  // namespace
+
+FileUserDefaults::FileUserDefaults(MainQueue& mainQueue, std::string path)
+    : mainQueue_(mainQueue), file_(std::move(path)) {
+  file_.prepare();
+  auto found = file_.read();
+  if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found)) tellUnusable(*unusable);
+  if (auto* settings = std::get_if<QJsonObject>(&found)) inForce_ = std::move(*settings);
+  tellMistyped();
+  QObject::connect(&watcher_, &QFileSystemWatcher::fileChanged, &watcher_, [this] { somethingMoved(); });
+  QObject::connect(&watcher_, &QFileSystemWatcher::directoryChanged, &watcher_, [this] { somethingMoved(); });
+  watch();
+}
+
+FileUserDefaults::~FileUserDefaults() {
+  if (!unsaved_.isEmpty()) write();
+}
+
+std::string FileUserDefaults::standardPath() {
+  return configDirectory() + "/settings.json";
+}
+
+std::optional<DefaultsValue> FileUserDefaults::stored(std::string_view key) const {
+  const auto found = inForce_.find(qString(key));
+  return found == inForce_.end() ? std::nullopt : std::optional(settingsFormat::fromJson(*found));
+}
+
+void FileUserDefaults::set(std::string_view key, DefaultsValue value) {
+  change(qString(key), settingsFormat::toJson(value), By::user);
+}
+
+void FileUserDefaults::note(std::string_view key, DefaultsValue value) {
+  change(qString(key), settingsFormat::toJson(value), By::program);
+}
+
+void FileUserDefaults::remove(std::string_view key) {
+  if (inForce_.contains(qString(key))) change(qString(key), QJsonValue::Undefined, By::user);
+}
+
+void FileUserDefaults::change(const QString& key, const QJsonValue& value, By by) {
+  unsaved_.insert(key, value);
+  if (by == By::user) hasUserChange_ = true;
+  inForce_ = withUnsaved(std::move(inForce_));
+  if (writesInPeriod_ < writesPerPeriod)
+    write();
+  else
+    isWriteDue_ = true;
+  changed.emit();
+}
+
+void FileUserDefaults::write() {
+  if (writesInPeriod_++ == 0) period_ = mainQueue_.after(writePeriod, [this] { periodEnded(); });
+  const auto lock = file_.lock();
+  auto found = file_.read();
+  if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found); unusable && !makeRoom(*unusable)) return;
+  // A missing file may be one that an editor is just about to replace: what it held is not given up.
+  if (auto* settings = std::get_if<QJsonObject>(&found)) inForce_ = withUnsaved(std::move(*settings));
+  written(file_.write(inForce_));
+}
+
+/// Whether the file may be written now although it cannot be used as it is.
+bool FileUserDefaults::makeRoom(const SettingsFile::Unusable& found) {
+  tellUnusable(found);
+  if (!hasUserChange_) return false;
+  const auto aside = file_.keepAside();
+  if (aside)
+    logger.info("the unusable settings file is kept as {}", *aside);
+  else
+    written(fileFailure("rename", file_.path()));
+  return aside.has_value();
+}
+
+void FileUserDefaults::written(const FileFailure& failure) {
+  watch();
+  const bool isFailing = std::exchange(failure_, failure).has_value();
+  if (failure && !isFailing)
+    logger.error("the settings cannot be saved, changes count until Zolvex ends: {}", *failure);
+  if (failure) return;
+  if (isFailing) logger.info("the settings can be saved again");
+  isUsable_ = true;
+  hasUserChange_ = false;
+  unsaved_.clear();
+  tellMistyped();
+}
+
+void FileUserDefaults::periodEnded() {
+  writesInPeriod_ = 0;
+  if (!std::exchange(isWriteDue_, false)) return;
+  const auto before = inForce_;
+  write();
+  if (inForce_ != before) changed.emit();
+}
+
+void FileUserDefaults::watch() {
+  // Replacing the file ends the watch on it; what is watched already is left alone.
+  const auto file = QString::fromStdString(file_.path());
+  const auto target = QString::fromStdString(file_.target());
+  for (const auto& path : {file, QFileInfo(file).absolutePath(), QFileInfo(target).absolutePath()}) {
+    if (watcher_.files().contains(path) || watcher_.directories().contains(path)) continue;
+    if (!QFileInfo(path).isReadable()) continue;  // neither can a watch be set on it
+    if (!watcher_.addPath(path) && path != file && !std::exchange(isWatchFailing_, true))
+      logger.error("cannot watch {}; what others change there is noticed late", path.toStdString());
+  }
+}
+
+void FileUserDefaults::somethingMoved() {
+  watch();
+  settle_ = mainQueue_.after(settleTime, [this] { lookAgain(); });
+}
+
+void FileUserDefaults::lookAgain() {
+  auto found = file_.read();
+  if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found)) return tellUnusable(*unusable);
+  auto* settings = std::get_if<QJsonObject>(&found);
+  adopt(settings ? std::move(*settings) : QJsonObject());
+}
+
+void FileUserDefaults::adopt(QJsonObject found) {
+  const auto before = inForce_;
+  const bool isMended = !std::exchange(isUsable_, true);
+  // What the program noted because it could not read the file gives way to what the file says.
+  if (isMended && !hasUserChange_)
+    for (const auto& key : found.keys()) unsaved_.remove(key);
+  inForce_ = withUnsaved(std::move(found));
+  if (isMended && !unsaved_.isEmpty()) write();
+  if (inForce_ == before) return;
+  tellMistyped();
+  changed.emit();
+}
+
+void FileUserDefaults::tellUnusable(const SettingsFile::Unusable& found) {
+  if (!std::exchange(isUsable_, false)) return;
+  logger.error("the settings file {} {}; it stays as it is until a setting is changed, {}", file_.path(), found.why,
+               inForce_.isEmpty() ? "the defaults are in force" : "the last good settings stay in force");
+}
+
+void FileUserDefaults::tellMistyped() {
+  std::string keys;
+  for (auto item = inForce_.begin(); item != inForce_.end(); ++item) {
+    const auto key = item.key().toStdString();
+    if (!hasItsType(key, settingsFormat::fromJson(*item))) keys += (keys.empty() ? "" : ", ") + key;
+  }
+  if (std::exchange(mistyped_, keys) == keys || keys.empty()) return;
+  logger.error("in the settings file {} these have a wrong type and count as not set: {}", file_.path(), keys);
+}
+
+QJsonObject FileUserDefaults::withUnsaved(QJsonObject settings) const {
+  for (auto item = unsaved_.begin(); item != unsaved_.end(); ++item) settings.insert(item.key(), *item);
+  return settings;
+}
+
+}  // namespace zolvex

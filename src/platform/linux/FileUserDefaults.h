@@ -1,0 +1,83 @@
+#pragma once
+
+#include "core/MainQueue.h"
+#include "core/UserDefaults.h"
+#include "platform/linux/SettingsFile.h"
+
+#include <QFileSystemWatcher>
+#include <QJsonObject>
+#include <QMap>
+
+#include <string>
+
+namespace zolvex {
+
+/// The settings in one JSON file that people may read and edit. A change goes into the file as it is at that moment,
+/// at once and atomically (mode 0600); keys and types that are not ours stay as they are. Changes by others are
+/// noticed and told.
+/// A file that cannot be used stays as it is until the user changes a setting; only then it is kept aside as
+/// "NAME.damaged-TIME". Until then the last good settings hold, or the defaults. Where the file cannot be written,
+/// changes count until the process ends. Each of these is logged once. Only a flood of changes, as when somebody sends
+/// one command after the other, shares writes.
+/// Main thread.
+class FileUserDefaults final : public UserDefaults {
+ public:
+  /// A change is looked at when the file has been quiet for so long: editors write in several steps.
+  static constexpr Seconds settleTime{0.1};
+
+  /// So many changes are written at once in a period; those that follow share one write at its end.
+  static constexpr int writesPerPeriod = 16;
+  static constexpr Seconds writePeriod{0.5};
+
+  /// Makes the file's directory (mode 0700) when it is missing.
+  FileUserDefaults(MainQueue& mainQueue, std::string path);
+  ~FileUserDefaults() override;
+
+  /// "settings.json" in the configuration directory.
+  static std::string standardPath();
+
+  /// Whether what the file holds is known. False while it cannot be used: then what is absent may be in it all the
+  /// same.
+  bool isFileUsable() const { return isUsable_; }
+
+  std::optional<DefaultsValue> stored(std::string_view key) const override;
+  void set(std::string_view key, DefaultsValue value) override;
+  void note(std::string_view key, DefaultsValue value) override;
+  void remove(std::string_view key) override;
+  std::optional<std::string> persistenceProblem() const override { return failure_; }
+
+ private:
+  enum class By { user, program };
+
+  void change(const QString& key, const QJsonValue& value, By by);
+  void write();
+  bool makeRoom(const SettingsFile::Unusable& found);
+  void written(const FileFailure& failure);
+  void periodEnded();
+
+  void watch();
+  void somethingMoved();
+  void lookAgain();
+  void adopt(QJsonObject found);
+
+  void tellUnusable(const SettingsFile::Unusable& found);
+  void tellMistyped();
+  QJsonObject withUnsaved(QJsonObject settings) const;
+
+  MainQueue& mainQueue_;
+  const SettingsFile file_;
+  QJsonObject inForce_;                // what is read: the file as it last was good, and what is not in it yet
+  QMap<QString, QJsonValue> unsaved_;  // what is not in the file yet; undefined is a removal
+  bool hasUserChange_ = false;         // some of it is by the user
+  bool isUsable_ = true;               // the file, when it was last looked at
+  FileFailure failure_;                // of the last attempt to write
+  bool isWatchFailing_ = false;
+  std::string mistyped_;  // keys last told of
+  int writesInPeriod_ = 0;
+  bool isWriteDue_ = false;  // at the end of the period
+  WorkItem period_;
+  WorkItem settle_;
+  QFileSystemWatcher watcher_;
+};
+
+}  // namespace zolvex
