@@ -9,8 +9,7 @@ namespace zolvex {
 
 namespace {
 
-/// The settings, ready to be read.
-UserDefaults& withRegisteredDefaults(UserDefaults& defaults) {
+void registerDefaults(UserDefaults& defaults) {
   defaults.registerDefaults({
       {std::string(settings::autoRelease), true},
       {std::string(settings::autoReleaseHours), -1.0},
@@ -18,6 +17,14 @@ UserDefaults& withRegisteredDefaults(UserDefaults& defaults) {
       {std::string(settings::transportMode), std::string(settings::transportBluetooth)},
       {std::string(settings::globalHotkeyEnabled), true},
   });
+}
+
+/// The settings, ready to be read. What an unusable settings file holds of launch at login is not known; it stays as
+/// it is.
+UserDefaults& prepared(FileUserDefaults& defaults, LinuxLaunchAtLogin& launchAtLogin) {
+  registerDefaults(defaults);
+  launchAtLogin.followProgram();
+  if (defaults.isFileUsable()) applyLaunchAtLoginDefault(launchAtLogin, defaults);
   return defaults;
 }
 
@@ -28,6 +35,7 @@ SharedObjects::SharedObjects()
       defaults_(mainQueue_, FileUserDefaults::standardPath()),
       systemBus_(mainQueue_, BusLink::Bus::system),
       sessionBus_(mainQueue_, BusLink::Bus::session),
+      launchAtLogin_(LinuxLaunchAtLogin::Places::standard(), programToStart(ownExecutable()), sessionBus_),
       hostName_(systemBus_),
       notificationCenter_(sessionBus_),
       session_(mainQueue_, systemBus_, sessionBus_),
@@ -38,13 +46,14 @@ SharedObjects::SharedObjects()
       publisher_(avahi_),
       browser_(avahi_),
       bonjour_(mainQueue_, network_, publisher_, browser_, defaults_, hostName_),
-      bluetoothStore_(mainQueue_, bluetoothQueue_, withRegisteredDefaults(defaults_), workerClient_),
+      bluetoothStore_(mainQueue_, bluetoothQueue_, prepared(defaults_, launchAtLogin_), workerClient_),
       networkStore_(mainQueue_, defaults_, {.bluetooth = nullptr, .bonjour = bonjour_}),
       notifier_(notificationCenter_, bluetoothStore_, networkStore_, hostName_),
       deviceManager_({mainQueue_, defaults_, bluetoothStore_, networkStore_, notifier_, session_.events(),
                       session_.displayWaker()}),
       sleepPreparation_({mainQueue_, deviceManager_, networkStore_, session_.events(), session_.sleepInhibitor()}),
-      control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_},
+      control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_,
+                launchAtLogin_},
                decisions_, sessionBus_) {}
 
 SharedObjects::~SharedObjects() {

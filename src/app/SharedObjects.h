@@ -15,19 +15,20 @@
 #include "platform/linux/AvahiPublisher.h"
 #include "platform/linux/BusLink.h"
 #include "platform/linux/DesktopNotificationCenter.h"
+#include "platform/linux/FileUserDefaults.h"
 #include "platform/linux/HostName1.h"
+#include "platform/linux/LinuxLaunchAtLogin.h"
 #include "platform/linux/LinuxSession.h"
 #include "platform/linux/PosixProcessLauncher.h"
-#include "platform/linux/FileUserDefaults.h"
 #include "platform/linux/QtMainQueue.h"
 #include "ui/ZolvexNotifier.h"
 
 namespace zolvex {
 
 /// Every long-lived object of the application, made once and in this order, each given what it needs. Construction
-/// registers the default settings; start() brings up the peer link, the buses and the watch over the session, none of
-/// which need exist.
-/// Destruction ends running workers and drops waiting work; the devices are not released. Main thread.
+/// registers the default settings and applies the default of launch at login before anything reads a setting; start()
+/// brings up the peer link, the buses and the watch over the session, none of which need exist. Destruction ends
+/// running workers and drops waiting work; the devices are not released. Main thread.
 class SharedObjects {
  public:
   SharedObjects();
@@ -43,6 +44,7 @@ class SharedObjects {
 
   BusLink systemBus_;
   BusLink sessionBus_;
+  LinuxLaunchAtLogin launchAtLogin_;
   HostName1 hostName_;
   DesktopNotificationCenter notificationCenter_;
   LinuxSession session_;

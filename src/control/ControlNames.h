@@ -19,6 +19,7 @@ inline constexpr QLatin1StringView unknownPeer{"quenmar.zolvex.app.Error.Unknown
 inline constexpr QLatin1StringView noPeer{"quenmar.zolvex.app.Error.NoPeer"};
 inline constexpr QLatin1StringView unknownSetting{"quenmar.zolvex.app.Error.UnknownSetting"};
 inline constexpr QLatin1StringView invalidValue{"quenmar.zolvex.app.Error.InvalidValue"};
+inline constexpr QLatin1StringView failed{"quenmar.zolvex.app.Error.Failed"};  // tried, as the text says
 }  // namespace error
 
 }  // namespace zolvex::control

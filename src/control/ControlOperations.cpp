@@ -9,7 +9,7 @@ namespace zolvex::control {
 
 ControlOperations::ControlOperations(const Controlled& controlled)
     : use_(controlled),
-      settings_(controlled.defaults, controlled.networkStore),
+      settings_(controlled.defaults, controlled.networkStore, controlled.launchAtLogin),
       selection_(controlled.defaults, controlled.bluetoothStore),
       scan_(controlled.mainQueue, controlled.scanQueue, controlled.workerClient) {}
 

@@ -23,6 +23,7 @@ struct Controlled {
   NetworkDeviceStore& networkStore;
   const BluetoothWorkerClient& workerClient;
   SerialQueue& scanQueue;  ///< Only for listings of paired devices.
+  LaunchAtLogin& launchAtLogin;
 };
 
 /// What the popover and the settings page can do, for callers that must be told why something was refused. It decides

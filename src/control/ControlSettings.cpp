@@ -17,6 +17,9 @@ constexpr std::array switches{settings::autoConnect, settings::autoRelease, sett
 constexpr std::array hoursOffered{1.0 / 60, 5.0 / 60, 1.0, 8.0, -1.0};
 constexpr double hoursTolerance = 0.0005;  // 1/60 written with three decimals
 
+// No key of the settings file: whether Zolvex starts at login is what the session says.
+constexpr std::string_view launchAtLogin = "launchAtLogin";
+
 struct InternalTable {
   std::string_view key;
   std::string_view hint;
@@ -26,6 +29,7 @@ constexpr std::array internalTables{
     InternalTable{settings::deviceNames, "Names are saved by: zolvexctl manage ADDRESS..."},
     InternalTable{settings::networkDevices, "Choose the peer with: zolvexctl add-peer ID"},
     InternalTable{settings::peerIdentityID, "It is this computer's identity towards its peer."},
+    InternalTable{settings::didConfigureLaunchAtLoginDefault, "Use: zolvexctl settings launchAtLogin on|off"},
 };
 
 QString qString(std::string_view text) {
@@ -49,13 +53,22 @@ QVariantMap ControlSettings::all() const {
   for (const auto key : switches) values.insert(qString(key), defaults_.boolean(key).value_or(false));
   values.insert(qString(settings::autoReleaseHours), defaults_.number(settings::autoReleaseHours).value_or(-1.0));
   values.insert(qString(settings::transportMode), QString::fromStdString(networkStore_.transportMode()));
+  values.insert(qString(launchAtLogin), launchAtLogin_.status().isEnabled);
   return values;
 }
 
 Refusal ControlSettings::set(const std::string& key, const QVariant& value) {
+  if (auto refusal = change(key, value)) return refusal;
+  if (const auto problem = defaults_.persistenceProblem())
+    return ControlError{error::failed, "The change counts until Zolvex ends, it cannot be saved: " + *problem};
+  return std::nullopt;
+}
+
+Refusal ControlSettings::change(const std::string& key, const QVariant& value) {
   if (std::find(switches.begin(), switches.end(), key) != switches.end()) return setSwitch(key, value);
   if (key == settings::autoReleaseHours) return setHours(key, value);
   if (key == settings::transportMode) return setTransport(value);
+  if (key == launchAtLogin) return setLaunch(value);
   for (const auto& table : internalTables)
     if (key == table.key)
       return ControlError{error::unknownSetting, key + " is not set directly. " + std::string(table.hint)};
@@ -84,6 +97,13 @@ Refusal ControlSettings::setTransport(const QVariant& value) {
       (mode != settings::transportBluetooth && mode != settings::transportBonjour))
     return invalid("The transport is either bluetooth or bonjour.");
   networkStore_.setTransportMode(mode);
+  return std::nullopt;
+}
+
+Refusal ControlSettings::setLaunch(const QVariant& value) {
+  if (value.typeId() != QMetaType::Bool) return invalid(std::string(launchAtLogin) + " takes true or false.");
+  if (auto failure = setLaunchAtLogin(value.toBool(), launchAtLogin_, defaults_))
+    return ControlError{error::failed, "Launch at login cannot be changed: " + *failure};
   return std::nullopt;
 }
 

@@ -164,7 +164,7 @@ TEST_F(ApplicationTest, garbageForSettingsStaysUntilASettingIsChanged) {
   EXPECT_EQ(settings.exitStatus(), 0);
   EXPECT_EQ(settings.output(),
             "{\"autoConnect\":true,\"autoRelease\":true,\"autoReleaseHours\":-1,\"globalHotkeyEnabled\":true,"
-            "\"transportMode\":\"bluetooth\"}\n");
+            "\"launchAtLogin\":false,\"transportMode\":\"bluetooth\"}\n");
   EXPECT_EQ(keptAside(), 0);
   EXPECT_EQ(computer.control({u"settings"_s, u"autoConnect"_s, u"off"_s}).exitStatus(), 0);
   EXPECT_EQ(keptAside(), 1);

@@ -44,8 +44,12 @@ class ZolvexProcess {
     if (file.open(QIODevice::WriteOnly)) file.write(json);
   }
 
+  /// What it wrote to be started at login.
+  QString autostartFile() const { return directory.filePath(QStringLiteral("autostart/quenmar.zolvex.app.desktop")); }
+
   ProgramRun::Variables variables() const {
-    return {{QStringLiteral("XDG_CONFIG_HOME"), directory.path()},
+    return {{QStringLiteral("HOME"), directory.path()},
+            {QStringLiteral("XDG_CONFIG_HOME"), directory.path()},
             {QStringLiteral("XDG_RUNTIME_DIR"), directory.path()},
             {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), systemBus.address()},
             {QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), sessionBus.address()}};

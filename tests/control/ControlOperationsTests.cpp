@@ -1,5 +1,6 @@
 #include "control/ControlOperations.h"
 #include "core/SettingsKeys.h"
+#include "support/FakeLaunchAtLogin.h"
 #include "support/World.h"
 
 #include <gtest/gtest.h>
@@ -29,8 +30,9 @@ struct ControlOperationsTest : testing::Test {
 
   World world;
   VirtualSerialQueue scanQueue{world.time};
-  control::ControlOperations operations{
-      {world.time, world.defaults, world.store(), world.manager(), world.network(), world.workerClient, scanQueue}};
+  FakeLaunchAtLogin launchAtLogin;
+  control::ControlOperations operations{{world.time, world.defaults, world.store(), world.manager(), world.network(),
+                                         world.workerClient, scanQueue, launchAtLogin}};
 };
 
 TEST_F(ControlOperationsTest, startsAFlowUnlessOneRuns) {
@@ -130,8 +132,8 @@ TEST_F(ControlOperationsTest, whoAsksDuringAListingSharesIt) {
 TEST_F(ControlOperationsTest, aListingMayOutliveTheOneWhoAsked) {
   pair({{"B1", "Magic Mouse", true}});
   {
-    control::ControlOperations ended(
-        {world.time, world.defaults, world.store(), world.manager(), world.network(), world.workerClient, scanQueue});
+    control::ControlOperations ended({world.time, world.defaults, world.store(), world.manager(), world.network(),
+                                      world.workerClient, scanQueue, launchAtLogin});
     ended.pairedDevices([](const auto&) { ADD_FAILURE() << "answered after its end"; });
   }
   world.runUntilIdle();

@@ -1,5 +1,6 @@
 #include "control/ControlSettings.h"
 #include "core/SettingsKeys.h"
+#include "support/FakeLaunchAtLogin.h"
 #include "support/World.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +20,8 @@ struct ControlSettingsTest : testing::Test {
   }
 
   World world;
-  control::ControlSettings settings_{world.defaults, world.network()};
+  FakeLaunchAtLogin launchAtLogin;
+  control::ControlSettings settings_{world.defaults, world.network(), launchAtLogin};
 };
 
 TEST_F(ControlSettingsTest, setsTheSwitches) {
@@ -57,8 +59,8 @@ TEST_F(ControlSettingsTest, changesTheTransportThroughTheRegistry) {
 }
 
 TEST_F(ControlSettingsTest, refusesItsOwnTablesWithTheWayToChangeThem) {
-  for (const auto key :
-       {settings::managedDeviceAddresses, settings::deviceNames, settings::networkDevices, settings::peerIdentityID}) {
+  for (const auto key : {settings::managedDeviceAddresses, settings::deviceNames, settings::networkDevices,
+                         settings::peerIdentityID, settings::didConfigureLaunchAtLoginDefault}) {
     const auto refusal = settings_.set(std::string(key), u"x"_s);
     ASSERT_TRUE(refusal.has_value());
     EXPECT_EQ(refusal->name, error::unknownSetting);
@@ -71,11 +73,39 @@ TEST_F(ControlSettingsTest, refusesUnknownKeys) {
   EXPECT_EQ(refusalOf("AutoConnect", true), error::unknownSetting);
 }
 
-TEST_F(ControlSettingsTest, showsTheFiveInEffect) {
+TEST_F(ControlSettingsTest, switchesLaunchAtLogin) {
+  EXPECT_EQ(settings_.set("launchAtLogin", true), std::nullopt);
+  EXPECT_TRUE(launchAtLogin.isEnabled);
+  EXPECT_EQ(settings_.all()[u"launchAtLogin"_s], QVariant(true));
+  EXPECT_EQ(settings_.set("launchAtLogin", false), std::nullopt);
+  EXPECT_FALSE(launchAtLogin.isEnabled);
+  EXPECT_EQ(world.defaults.boolean(settings::didConfigureLaunchAtLoginDefault), true);
+  EXPECT_EQ(refusalOf("launchAtLogin", 1), error::invalidValue);
+}
+
+TEST_F(ControlSettingsTest, tellsWhyLaunchAtLoginCannotBeSwitched) {
+  world.log.expectError("Launch at login error: no space");
+  launchAtLogin.failure = "no space";
+  const auto refusal = settings_.set("launchAtLogin", true);
+  ASSERT_TRUE(refusal.has_value());
+  EXPECT_EQ(refusal->name, error::failed);
+  EXPECT_EQ(refusal->text, "Launch at login cannot be changed: no space");
+}
+
+TEST_F(ControlSettingsTest, tellsThatAChangeCannotBeSaved) {
+  world.defaults.problem = "no space";
+  const auto refusal = settings_.set("autoConnect", false);
+  ASSERT_TRUE(refusal.has_value());
+  EXPECT_EQ(refusal->text, "The change counts until Zolvex ends, it cannot be saved: no space");
+  EXPECT_EQ(world.defaults.boolean(settings::autoConnect), false);
+  EXPECT_EQ(refusalOf("nothing", false), error::unknownSetting);
+}
+
+TEST_F(ControlSettingsTest, showsWhatIsInEffect) {
   world.defaults.registerDefaults({{std::string(settings::autoReleaseHours), -1.0}});
   const auto all = settings_.all();
   EXPECT_EQ(all.keys(), (QStringList{u"autoConnect"_s, u"autoRelease"_s, u"autoReleaseHours"_s,
-                                     u"globalHotkeyEnabled"_s, u"transportMode"_s}));
+                                     u"globalHotkeyEnabled"_s, u"launchAtLogin"_s, u"transportMode"_s}));
   EXPECT_EQ(all[u"autoConnect"_s], QVariant(false));
   EXPECT_EQ(all[u"autoReleaseHours"_s], QVariant(-1.0));
   EXPECT_EQ(all[u"transportMode"_s], QVariant(u"bonjour"_s));

@@ -5,6 +5,7 @@
 #include "platform/linux/BusLink.h"
 #include "platform/linux/QtMainQueue.h"
 #include "support/EventLoop.h"
+#include "support/FakeLaunchAtLogin.h"
 #include "support/World.h"
 
 #include <QDBusConnection>
@@ -37,11 +38,13 @@ class ControlWorld {
   }
 
   control::Controlled controlled() {
-    return {world.time, world.defaults, world.store(), world.manager(), world.network(), world.workerClient, scanQueue};
+    return {world.time,      world.defaults,     world.store(), world.manager(),
+            world.network(), world.workerClient, scanQueue,     launchAtLogin};
   }
 
   World world;
   VirtualSerialQueue scanQueue{world.time};
+  FakeLaunchAtLogin launchAtLogin;
   lab::PrivateBus bus;
   bool busStarted = false;
   QtMainQueue queue;

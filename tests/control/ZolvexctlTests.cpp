@@ -264,7 +264,7 @@ TEST_F(ZolvexctlTest, settingsAreShownAndChanged) {
   EXPECT_EQ(run({u"settings"_s}), 0);
   EXPECT_NE(output.find("autoRelease = true\n"), std::string::npos);
   EXPECT_EQ(run({u"settings"_s, u"--json"_s}), 0);
-  EXPECT_EQ(json().size(), 5);
+  EXPECT_EQ(json().size(), 6);
 }
 
 TEST_F(ZolvexctlTest, badSettingsAreExplained) {

@@ -33,8 +33,9 @@ constexpr std::array commands{
     CommandDescription{"remove-peer", "", 0, 0, "", "Forget the peer", ""},
     CommandDescription{"transport", "bluetooth|bonjour", 1, 1, "", "Choose the link to the peer", ""},
     CommandDescription{"settings", "[KEY [VALUE]]", 0, 2, "j", "Show the settings, or one, or change one",
-                       "Keys: autoConnect, autoRelease, globalHotkeyEnabled (true or false); autoReleaseHours (1/60,\n"
-                       "5/60, 1, 8, or -1 for when locked); transportMode (bluetooth or bonjour).\n"},
+                       "Keys: autoConnect, autoRelease, globalHotkeyEnabled, launchAtLogin (true or false);\n"
+                       "autoReleaseHours (1/60, 5/60, 1, 8, or -1 for when locked); transportMode (bluetooth or\n"
+                       "bonjour).\n"},
     CommandDescription{"watch", "", 0, 0, "j", "Show what changes and what is decided, until interrupted", ""},
 };
 

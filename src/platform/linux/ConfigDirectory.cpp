@@ -16,9 +16,13 @@ std::string homeDirectory() {
 
 }  // namespace
 
-std::string configDirectory() {
+std::string userConfigHome() {
   const char* base = std::getenv("XDG_CONFIG_HOME");
-  return (base && *base == '/' ? std::string(base) : homeDirectory() + "/.config") + "/zolvex";
+  return base && *base == '/' ? base : homeDirectory() + "/.config";
+}
+
+std::string configDirectory() {
+  return userConfigHome() + "/zolvex";
 }
 
 }  // namespace zolvex

@@ -1,5 +1,6 @@
 #include "platform/linux/OwnExecutable.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -15,6 +16,13 @@ std::optional<std::string> ownExecutable(const std::string& link) {
   if (!path.ends_with(deletedMark)) return std::nullopt;
   path.resize(path.size() - deletedMark.size());
   return std::filesystem::exists(path, error) ? std::optional(path) : std::nullopt;
+}
+
+std::optional<std::string> programToStart(const std::optional<std::string>& executable) {
+  const char* image = std::getenv("APPIMAGE");
+  const char* mounted = std::getenv("APPDIR");  // both are inherited by whatever an AppImage starts
+  const bool isFromImage = image && mounted && executable && executable->starts_with(std::string(mounted) + "/");
+  return isFromImage ? std::optional<std::string>(image) : executable;
 }
 
 }  // namespace zolvex

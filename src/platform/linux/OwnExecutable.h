@@ -10,4 +10,8 @@ namespace zolvex {
 /// `link` is the kernel's link to the program's file.
 std::optional<std::string> ownExecutable(const std::string& link = "/proc/self/exe");
 
+/// What starts this program again at another time: the AppImage that `executable` runs from, whose files are there
+/// only as long as it runs, or else `executable` itself.
+std::optional<std::string> programToStart(const std::optional<std::string>& executable);
+
 }  // namespace zolvex

@@ -57,5 +57,26 @@ TEST_F(OwnExecutableTest, withoutTheLinkThereIsNone) {
   EXPECT_EQ(ownExecutable(directory / "missing"), std::nullopt);
 }
 
+struct ProgramToStart : testing::Test {
+  void SetUp() override {
+    setenv("APPIMAGE", "/home/anna/Zolvex.AppImage", 1);
+    setenv("APPDIR", "/tmp/.mount_Zolvex", 1);
+  }
+  void TearDown() override {
+    unsetenv("APPIMAGE");
+    unsetenv("APPDIR");
+  }
+};
+
+TEST_F(ProgramToStart, isTheImageOfAProgramThatRunsFromOne) {
+  EXPECT_EQ(programToStart("/tmp/.mount_Zolvex/usr/bin/zolvex"), "/home/anna/Zolvex.AppImage");
+}
+
+TEST_F(ProgramToStart, isTheProgramItselfWhenOnlyItsParentRunsFromAnImage) {
+  EXPECT_EQ(programToStart("/usr/bin/zolvex"), "/usr/bin/zolvex");
+  EXPECT_EQ(programToStart("/tmp/.mount_Zolvex2/zolvex"), "/tmp/.mount_Zolvex2/zolvex");
+  EXPECT_EQ(programToStart(std::nullopt), std::nullopt);
+}
+
 }  // namespace
 }  // namespace zolvex
