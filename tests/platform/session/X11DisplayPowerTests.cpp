@@ -3,6 +3,7 @@
 #include "platform/session/XvfbServer.h"
 
 #include <csignal>
+#include <unistd.h>
 
 namespace zolvex::test {
 namespace {
@@ -44,10 +45,12 @@ TEST_F(XvfbTest, wakesTheDisplay) {
 }
 
 TEST_F(XvfbTest, aServerThatEndsIsWaitedFor) {
+  // A number that no server takes by itself in the meantime.
+  const auto display = u":%1"_s.arg(10'000 + getpid() % 40'000);
+  ASSERT_TRUE(server.start(display));
   connect();
   ASSERT_TRUE(activate());
   ASSERT_TRUE(recorder.become({SessionEvent::displayDidSleep}));
-  const auto display = QString::fromStdString(server.display());
   server.stop();
   ASSERT_TRUE(logs("lost the X server " + server.display() + ", waiting for it"));
   power->wakeDisplay();
