@@ -1,0 +1,96 @@
+"""One QEMU machine. It has this computer's root (or another directory) as its own, with a layer in memory above it, and
+a directory that it shares with us. Everything it writes elsewhere is gone when it ends."""
+import os
+import pathlib
+import shlex
+import sys
+
+from cache import PROJECT
+from processes import start_process, stop_process
+
+SHARE = "/run/vm"  # where the machine sees the shared directory; tests/vm/guest knows it too
+
+
+class Machine:
+    def __init__(self, name, kernel, share, root="/", memory=512):
+        self.name, self.share, self.memory = name, pathlib.Path(share), memory
+        self._kernel, self._root = kernel, root
+        self._devices = []
+        self._process = None
+        self.share.mkdir(parents=True, exist_ok=True)
+
+    def add_port(self, name, backend):
+        """A serial port; the machine finds it by its name. `backend`: see -chardev of QEMU."""
+        number = len(self._devices)
+        self._devices += [
+            "-chardev", f"{backend},id=port{number}",
+            "-device", f"virtserialport,chardev=port{number},name={name}",
+        ]  # fmt: skip
+
+    def add_socket_port(self, name, path):
+        self.add_port(name, f"socket,path={path}")
+
+    def add_network(self, own_socket, other_socket, hardware_address):
+        """A cable to one other machine. Datagrams: either end may be switched off and on."""
+        self._devices += [
+            "-netdev", f"dgram,id=cable,local.type=unix,local.path={own_socket},"
+                       f"remote.type=unix,remote.path={other_socket}",
+            "-device", f"virtio-net-pci,netdev=cable,mac={hardware_address},romfile=",
+        ]  # fmt: skip
+
+    def start(self, command, console=None, interactive=False):
+        """Starts it; it runs `command` as root and ends. `console` gets what the command writes."""
+        for leftover in ("status", "ready"):
+            (self.share / leftover).unlink(missing_ok=True)
+        (self.share / "command").write_text(f"exec {shlex.join(str(word) for word in command)}\n")
+        (self.share / "environment").write_text(f"VM_NAME={shlex.quote(self.name)}\nVM_SOURCE={PROJECT}\n")
+        output = {} if interactive else {"stdout": console or sys.stdout, "stderr": (self.share / "qemu.log").open("w")}
+        if interactive:
+            output["stdin"] = None
+        self._process = start_process(self._command_line(interactive), **output)
+
+    def _command_line(self, interactive):
+        end = "off" if interactive else "on"
+        return [
+            "qemu-system-x86_64", "-machine", f"pc,accel={accelerator()}", "-cpu", "max",
+            "-smp", "1", "-m", self.memory, "-nodefaults", "-no-user-config", "-display", "none", "-no-reboot",
+            "-kernel", self._kernel.image, "-initrd", self._kernel.initramfs,
+            "-append", "console=ttyS0 quiet panic=-1 random.trust_cpu=on mitigations=off",
+            *share_arguments("root", self._root, "on"),
+            *share_arguments("source", PROJECT, "on"),
+            *share_arguments("share", self.share, "off"),
+            "-serial", f"file:{self.share / 'kernel.log'}",
+            "-chardev", f"stdio,id=console,signal={end}", "-serial", "chardev:console",
+            "-device", "virtio-serial-pci", *self._devices,
+        ]  # fmt: skip
+
+    def is_running(self):
+        return self._process is not None and self._process.poll() is None
+
+    def wait(self, limit=None):
+        """The exit status of its command; None when it ended otherwise. Raises subprocess.TimeoutExpired."""
+        self._process.wait(limit)
+        status = self.share / "status"
+        return int(status.read_text()) if status.exists() and status.read_text().strip() else None
+
+    def cut_power(self):
+        if self._process:
+            self._process.kill()
+            self._process.wait()
+
+    def stop(self):
+        if self._process:
+            stop_process(self._process)
+
+
+def share_arguments(tag, path, is_read_only):
+    return [
+        "-fsdev", f"local,id={tag},path={path},security_model=none,readonly={is_read_only},multidevs=remap",
+        "-device", f"virtio-9p-pci,fsdev={tag},mount_tag={tag}",
+    ]  # fmt: skip
+
+
+def accelerator():
+    """By default none, although it is slow: so it goes alike everywhere, and a /dev/kvm that exists may still not work.
+    ZOLVEX_VM_ACCEL=kvm for those who know that theirs does."""
+    return os.environ.get("ZOLVEX_VM_ACCEL", "tcg")

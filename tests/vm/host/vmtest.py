@@ -1,0 +1,162 @@
+"""scripts/vm-test without its packages and its build: makes the machines' parts, runs scenarios in them, tells how it
+went. See scripts/vm-test --help."""
+import argparse
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+
+import cache
+import radio
+from downloads import Apt, DownloadError
+from kernel import CANDIDATES, Kernel
+from machine import SHARE, Machine
+
+STATUS_FAILED, STATUS_SKIPPED = 1, 77
+RUN_LIMIT = 600.0
+SELF_CHECK = "self_check"
+
+
+def say(text):
+    print(f"    {text}", flush=True)
+
+
+def step(text):
+    print(f"\n==> {text}", flush=True)
+
+
+class Bench:
+    """What all runs share: the parts in the cache, the place for logs, the program."""
+
+    def __init__(self, options):
+        self.options = options
+        self.logs = cache.PROJECT / "build/vm-logs"
+        shutil.rmtree(self.logs, ignore_errors=True)
+        self.logs.mkdir(parents=True)
+        self._work = tempfile.TemporaryDirectory(prefix="zolvex-vm-")
+        self.work = pathlib.Path(self._work.name)  # short enough for the names of sockets
+        self.apt = Apt(cache.directory() / "apt")
+        self.btvirt = radio.make_btvirt(self.apt)
+        self.bridge = radio.make_bridge()
+
+    def guest(self, program, *arguments):
+        """The command line of one of the machine's scripts."""
+        environment = [f"VM_ZOLVEX={self.options.zolvex}", f"VM_BRIDGE={self.bridge}"]
+        return ["env", *environment, "/usr/bin/python3", cache.TESTS / "guest" / program, *arguments]
+
+    def air(self, name):
+        """A radio of its own, with its logs beside those of the machines."""
+        directory, logs = self.work / name, self.logs / name
+        for path in (directory, logs):
+            path.mkdir(exist_ok=True)
+        return radio.Radio(self.btvirt, directory, logs)
+
+    def close(self):
+        self._work.cleanup()
+
+
+def single_machine(bench, kernel, name, air, adapters=2):
+    """A machine with a keyboard in reach."""
+    keyboard = air.add_device("Keyboard")
+    machine = Machine(name, kernel, bench.logs / name)
+    for number in range(1, adapters + 1):
+        machine.add_socket_port(f"radio-{number}", air.socket)
+    machine.add_socket_port("keyboard", keyboard.control)
+    return machine
+
+
+def run_single(bench, kernel, name, command, interactive=False):
+    """Its command's exit status, or None."""
+    air = bench.air(name)
+    try:
+        machine = single_machine(bench, kernel, name, air)
+        try:
+            machine.start(command, interactive=interactive)
+            return machine.wait(None if interactive else RUN_LIMIT)
+        except subprocess.TimeoutExpired:
+            say(f"the machine did not end within {RUN_LIMIT:.0f} s")
+            return None
+        finally:
+            machine.stop()
+    finally:
+        air.stop()
+
+
+def usable_kernel(bench):
+    """The first kernel that can be had and passes the self-check, or None."""
+    mark = cache.fingerprint(cache.TESTS / "radio/btvirt.patch", cache.TESTS / "guest/init")
+    for package in CANDIDATES:
+        kernel = Kernel(package)
+        try:
+            kernel.make(bench.apt)
+        except DownloadError as error:
+            say(f"{package}: {error}")
+            continue
+        if kernel.is_checked(mark):
+            return kernel
+        step(f"Is {package} fit for this?")
+        shutil.rmtree(bench.logs / "self-check", ignore_errors=True)
+        if run_single(bench, kernel, "self-check", bench.guest("run.py", SELF_CHECK)) == 0:
+            kernel.note_checked(mark)
+            return kernel
+        say(f"{package} is not fit; the logs are in {bench.logs.relative_to(cache.PROJECT)}/self-check")
+    return None
+
+
+def scenario_names():
+    return sorted(path.stem for path in (cache.TESTS / "scenarios").glob("*.py"))
+
+
+def list_scenarios():
+    for name in scenario_names():
+        text = (cache.TESTS / f"scenarios/{name}.py").read_text()
+        print(f"{name:14} {text.split(chr(34) * 3)[1].strip().split('. ')[0].split(chr(10))[0]}")
+
+
+def parse(arguments):
+    parser = argparse.ArgumentParser(prog="scripts/vm-test")
+    parser.add_argument("names", nargs="*")
+    parser.add_argument("--shell", action="store_true")
+    parser.add_argument("--list", action="store_true")
+    parser.add_argument("--zolvex", type=pathlib.Path, default=cache.PROJECT / "build/dev/src/app/zolvex")
+    return parser.parse_args(arguments)
+
+
+def run(options):
+    began = time.monotonic()
+    bench = Bench(options)
+    try:
+        kernel = usable_kernel(bench)
+        if not kernel:
+            print("\nvm-test: skipped, for no kernel that can be downloaded here passes the self-check")
+            return STATUS_SKIPPED
+        if options.shell:
+            return run_single(bench, kernel, "shell", ["bash"], interactive=True) or 0
+        names = options.names or [name for name in scenario_names() if name != SELF_CHECK]
+        step(f"A machine against bluetoothd: {', '.join(names)}")
+        status = run_single(bench, kernel, "machine", bench.guest("run.py", *names))
+        say(f"{time.monotonic() - began:.0f} s; the logs are in {bench.logs.relative_to(cache.PROJECT)}")
+        return 0 if status == 0 else STATUS_FAILED
+    finally:
+        bench.close()
+
+
+def main():
+    options = parse(sys.argv[1:])
+    if options.list:
+        list_scenarios()
+        return 0
+    try:
+        return run(options)
+    except DownloadError as error:
+        print(f"\nvm-test: skipped, for something cannot be downloaded: {error}")
+        return STATUS_SKIPPED
+    except KeyboardInterrupt:
+        print("\nvm-test: interrupted", file=sys.stderr)
+        return 130
+
+
+if __name__ == "__main__":
+    sys.exit(main())
