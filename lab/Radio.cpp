@@ -69,6 +69,8 @@ RadioAnswer Radio::bond(const QString& computer, const QString& address, bool pa
 RadioAnswer Radio::openLink(const QString& computer, const QString& address) {
   if (!isReachable(computer, address)) return RadioAnswer::unreachable;
   if (missesThisAttempt(computer, address)) return RadioAnswer::missed;
+  if (suffers(FaultKind::refusesConnection, computer, address)) return RadioAnswer::refused;
+  if (suffers(FaultKind::bondForgotten, computer, address)) return RadioAnswer::bondRefused;
   links_.insert(address, computer);
   Q_EMIT changed(address);
   return RadioAnswer::accepted;

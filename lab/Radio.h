@@ -26,7 +26,8 @@ enum class RadioAnswer {
   accepted,
   unreachable,  ///< Asleep, out of range, or another computer's.
   missed,       ///< Did not wake up in time; the next attempt may succeed.
-  refused,
+  refused,      ///< The link comes up, but the device does not want what is asked of it.
+  bondRefused,  ///< The link comes up and goes, for the device has forgotten the bond.
   passkeyWanted,
 };
 

@@ -162,7 +162,8 @@ void AdapterInterface::removeDevice(const BusCall& call) {
 void AdapterInterface::finishRemoval(const BusCall& call, const QString& address) {
   if (!devices_.contains(address)) return fail(call, bluezError::doesNotExist);
   host_.storage.remove(address);
-  host_.radio.spend(FaultKind::halfBonded, host_.identity.computer, address);
+  for (const auto cured : {FaultKind::halfBonded, FaultKind::bondForgotten})
+    host_.radio.spend(cured, host_.identity.computer, address);
   host_.radio.release(host_.identity.computer, address);
   if (!host_.suffers(FaultKind::removeReplyLost, address)) call.reply();
   dropDevice(address);

@@ -25,6 +25,9 @@ struct BluezTiming {
   /// A device that was found but not paired is forgotten this long after the discovery ended.
   Duration foundDeviceLife{30'000};
 
+  /// A link that nobody uses ends this long after it came up.
+  Duration idleLinkLife{2'000};
+
   /// How long a daemon that died stays away.
   Duration restartPause{500};
 };

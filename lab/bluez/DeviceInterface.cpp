@@ -18,6 +18,8 @@ constexpr qint16 signalStrength = -52;
 DeviceInterface::DeviceInterface(BluezHost& host, AgentManager& agents, const QString& address)
     : host_(host), agents_(agents), address_(address) {
   connect(&host.tree, &BusTree::clientLeft, this, &DeviceInterface::onClientLeft);
+  bareLinkTimer_.setSingleShot(true);
+  connect(&bareLinkTimer_, &QTimer::timeout, this, &DeviceInterface::dropBareLink);
 }
 
 DeviceInterface::~DeviceInterface() = default;
@@ -52,7 +54,7 @@ QVariantMap DeviceInterface::properties() const {
       {u"Blocked"_s, false},
       {u"Bonded"_s, isBonded()},
       {u"Class"_s, device().deviceClass},
-      {u"Connected"_s, isConnected()},
+      {u"Connected"_s, isConnected() || hasBareLink_},
       {u"LegacyPairing"_s, false},
       {u"Name"_s, device().name},
       {u"Paired"_s, isBonded() || isConnected()},
@@ -78,6 +80,7 @@ void DeviceInterface::pair(const BusCall& call) {
   if (pairing_) return fail(call, bluezError::inProgress);
   pairing_ = std::make_unique<Pairing>(host_, agents_, address_, call);
   connect(pairing_.get(), &Pairing::finished, this, [this] {
+    if (pairing_->wasRefused()) raiseBareLink(host_.identity.timing.idleLinkLife);
     pairing_.release()->deleteLater();
     Q_EMIT idle();
   });
@@ -104,11 +107,24 @@ void DeviceInterface::openLink(const BusCall& call) {
   connecting_.reset();
   const auto answer =
       host_.isPowered() ? host_.radio.openLink(host_.identity.computer, address_) : RadioAnswer::unreachable;
+  if (answer == RadioAnswer::refused) raiseBareLink(host_.identity.timing.idleLinkLife);
+  if (answer == RadioAnswer::bondRefused) raiseBareLink(BluezTiming::Duration(0));
   if (answer == RadioAnswer::accepted)
     call.reply();
   else
     fail(call, answer == RadioAnswer::missed ? bluezError::pageTimeout : bluezError::createSocket);
   Q_EMIT idle();
+}
+
+void DeviceInterface::raiseBareLink(BluezTiming::Duration life) {
+  hasBareLink_ = true;
+  host_.tree.publishChanges(pathOf(address_));
+  bareLinkTimer_.start(life);
+}
+
+void DeviceInterface::dropBareLink() {
+  hasBareLink_ = false;
+  host_.tree.publishChanges(pathOf(address_));
 }
 
 void DeviceInterface::disconnectDevice(const BusCall& call) {

@@ -2,6 +2,8 @@
 
 #include "lab/bluez/Pairing.h"
 
+#include <QTimer>
+
 #include <memory>
 #include <optional>
 
@@ -42,6 +44,8 @@ class DeviceInterface : public QObject, public BusInterface {
   void cancelPairing(const BusCall& call);
   void connectDevice(const BusCall& call);
   void openLink(const BusCall& call);
+  void raiseBareLink(BluezTiming::Duration life);
+  void dropBareLink();
   void disconnectDevice(const BusCall& call);
   void onClientLeft(const QString& client);
   const VirtualDevice& device() const;
@@ -50,6 +54,8 @@ class DeviceInterface : public QObject, public BusInterface {
   AgentManager& agents_;
   QString address_;
   bool isHeard_ = false;
+  bool hasBareLink_ = false;  ///< Connected as far as the radio goes, but of no use.
+  QTimer bareLinkTimer_;
   std::unique_ptr<Pairing> pairing_;
   std::optional<BusCall> connecting_;
 };

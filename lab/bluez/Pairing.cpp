@@ -34,6 +34,8 @@ void Pairing::tryBond(bool withPasskey) {
     case RadioAnswer::passkeyWanted:
       return askAgent();
     case RadioAnswer::refused:
+    case RadioAnswer::bondRefused:
+      wasRefused_ = true;
       return failWith(bluezError::authenticationRejected);
     case RadioAnswer::unreachable:
     case RadioAnswer::missed:

@@ -21,6 +21,9 @@ class Pairing : public QObject {
   void start();
   void cancel();
 
+  /// The device was reached and said no.
+  bool wasRefused() const { return wasRefused_; }
+
  Q_SIGNALS:
   /// The call was answered, or nobody waits for an answer any more.
   void finished();
@@ -37,6 +40,7 @@ class Pairing : public QObject {
   AgentManager& agents_;
   QString address_;
   BusCall call_;
+  bool wasRefused_ = false;
   std::optional<AgentManager::Agent> askedAgent_;
 };
 

@@ -2,13 +2,27 @@
 
 #include "platform/linux/BluezPairing.h"
 
+#include <chrono>
+
 namespace zolvex {
 
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::int32_t statusOf(const BluezAnswer& answer) {
+  return answer.isAlreadyConnected() ? ioReturn::success : answer.ioReturnStatus();
+}
+
+}  // namespace
+
 bool BluezClassicDevice::isConnected() {
-  const auto property = bus_.deviceProperty(path_, "Connected");
-  if (const auto* connected = std::get_if<bool>(&property)) return *connected;
   const auto device = adapter_.known(address_);
-  return device && device->isConnected;
+  if (!device || !device->isConnected || !device->isPaired) return false;
+  path_ = device->path;
+  // BlueZ calls a device connected as soon as there is a link, even one that is about to be given up: one of a pairing
+  // or connection that has failed, or that hangs. Whether it is in use it says only in answer to this.
+  return statusOf(bus_.call(connectCall(), useCheckLimit)) == ioReturn::success;
 }
 
 int BluezClassicDevice::rssi() {
@@ -18,8 +32,10 @@ int BluezClassicDevice::rssi() {
 }
 
 std::int32_t BluezClassicDevice::openConnection() {
+  if (refusedBonds_ == refusalsBeforeNewBond) adapter_.remove(address_);
   auto device = adapter_.inRange(address_);
   if (device && !device->isPaired) {
+    refusedBonds_ = 0;
     const auto status = BluezPairing(bus_, adapter_).pair(*device);
     if (status != ioReturn::success) return status;
     device = adapter_.known(address_);
@@ -29,20 +45,37 @@ std::int32_t BluezClassicDevice::openConnection() {
   return connectPaired(*device);
 }
 
-std::int32_t BluezClassicDevice::connectPaired(const BluezDevice& device) const {
+std::int32_t BluezClassicDevice::connectPaired(const BluezDevice& device) {
   // Lets the device come back by itself later. Without a lasting bond that would let it in as a stranger.
   if (device.isBonded && !device.isTrusted) bus_.setDeviceFlag(path_, "Trusted", true);
-  const auto answer = bus_.call(bus_.message(path_, bluez::deviceInterface, "Connect"), connectLimit);
+  BluezWatch watch(bus_);
+  watch.followDevice(path_);
+  // When the adapter goes, the device goes with it, and nobody answers any more.
+  const auto isGone = [&] { return watch.wasRemoved(path_); };
+  const auto answer = bus_.callWithEvents(connectCall(), connectLimit, isGone);
   if (answer.isInProgress()) return awaitRunningConnection();
-  return answer.isAlreadyConnected() ? ioReturn::success : answer.ioReturnStatus();
+  const auto status = statusOf(answer);
+  if (status != ioReturn::success) noteRefusal(watch);
+  return status;
+}
+
+void BluezClassicDevice::noteRefusal(const BluezWatch& watch) {
+  bus_.waitUntil([&] { return watch.hasLostLink() || watch.isOver(); }, refusalLimit);
+  refusedBonds_ = watch.hasLostLink() ? refusedBonds_ + 1 : 0;
 }
 
 std::int32_t BluezClassicDevice::awaitRunningConnection() const {
-  BluezWatch watch(bus_);
-  watch.followDevice(path_);
-  if (bus_.deviceProperty(path_, "Connected") == BluezValue(true)) return ioReturn::success;
-  bus_.waitUntil([&] { return watch.becameTrue("Connected") || watch.isOver(); }, runningConnectionLimit);
-  return watch.becameTrue("Connected") ? ioReturn::success : ioReturn::busy;
+  const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(runningConnectionLimit);
+  BluezAnswer answer;
+  do {
+    bus_.waitUntil([] { return false; }, runningConnectionPause);
+    answer = bus_.call(connectCall(), connectLimit);
+  } while (answer.isInProgress() && Clock::now() < deadline);
+  return statusOf(answer);
+}
+
+SdBusMessage BluezClassicDevice::connectCall() const {
+  return bus_.message(path_, bluez::deviceInterface, "Connect");
 }
 
 }  // namespace zolvex

@@ -2,6 +2,7 @@
 
 #include "bluetooth/worker/BluetoothClassicController.h"
 #include "platform/linux/BluezClassicAdapter.h"
+#include "platform/linux/BluezWatch.h"
 
 #include <cstdint>
 #include <string>
@@ -15,8 +16,19 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   /// Longer than BlueZ itself takes to give up.
   static constexpr Seconds connectLimit{30.0};
 
-  /// For the end of a connection that somebody else has begun.
+  /// For the end of a connection that somebody else has begun, and between two looks at it.
   static constexpr Seconds runningConnectionLimit{8.0};
+  static constexpr Seconds runningConnectionPause{0.25};
+
+  /// Until BlueZ has said whether a device with a link is in use.
+  static constexpr Seconds useCheckLimit{2.0};
+
+  /// After a failure, until BlueZ has said that a link came up and ended; none does with a device that sleeps.
+  static constexpr Seconds refusalLimit{0.25};
+
+  /// A device that has bonded with another computer since does not take our old bond any more, and BlueZ keeps the bond
+  /// all the same. So many refusals in a row, of which the first may have been chance, and the bond is made anew.
+  static constexpr int refusalsBeforeNewBond = 2;
 
   BluezClassicDevice(const BluezBus& bus, const BluezClassicAdapter& adapter, const BluezDevice& device)
       : bus_(bus), adapter_(adapter), address_(device.address), path_(device.path) {}
@@ -27,13 +39,16 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   bool removePairing() override { return adapter_.remove(address_); }
 
  private:
-  std::int32_t connectPaired(const BluezDevice& device) const;
+  std::int32_t connectPaired(const BluezDevice& device);
+  void noteRefusal(const BluezWatch& watch);
   std::int32_t awaitRunningConnection() const;
+  SdBusMessage connectCall() const;
 
   const BluezBus& bus_;
   const BluezClassicAdapter& adapter_;
   const std::string address_;
   std::string path_;
+  int refusedBonds_ = 0;
 };
 
 }  // namespace zolvex

@@ -23,8 +23,10 @@ BluezAnswer BluezPairing::pairOffering(BluezPairingAgent::Capability capability,
   BluezPairingAgent agent(bus_, device, capability);
   // Without an agent of ours BlueZ would ask another program's.
   if (auto answer = agent.registerAtDaemon(); !answer.isSuccess()) return answer;
+  const BluezWatch watch(bus_);
   const auto call = bus_.message(device.path, bluez::deviceInterface, "Pair");
-  return bus_.callWithEvents(call, pairLimit, [] { return false; });
+  // When the adapter goes, the device goes with it, and nobody answers any more.
+  return bus_.callWithEvents(call, pairLimit, [&] { return watch.wasRemoved(device.path); });
 }
 
 /// BlueZ says that the device is paired: somebody may have been faster, or only BlueZ thinks so, and then it has to

@@ -60,8 +60,9 @@ void BluezWatch::onPropertiesChanged(sd_bus_message* announcement) {
   const char* interface = nullptr;
   BluezProperties properties;
   if (sd_bus_message_read_basic(announcement, SD_BUS_TYPE_STRING, &interface) <= 0) return;
-  if (std::string_view(interface) == bluez::deviceInterface && properties.read(announcement))
-    changed_.merge(std::move(properties));
+  if (std::string_view(interface) != bluez::deviceInterface || !properties.read(announcement)) return;
+  if (!properties.flag("Connected", true)) hasLostLink_ = true;
+  changed_.merge(std::move(properties));
 }
 
 void BluezWatch::onOwnerChanged(sd_bus_message*) {

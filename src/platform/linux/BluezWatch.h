@@ -27,8 +27,12 @@ class BluezWatch {
   /// Whether an object was announced since the last call of this.
   bool takeArrival() { return std::exchange(arrived_, false); }
 
-  /// Whether a flag of the followed device was announced to have become true.
+  /// Whether a flag of the followed device was announced to have become true, and not to have become false since.
   bool becameTrue(const char* flag) const { return changed_.flag(flag); }
+
+  /// Whether a link to the followed device was announced to have ended. One that was very short is announced by its end
+  /// alone.
+  bool hasLostLink() const { return hasLostLink_; }
 
  private:
   using Handler = void (BluezWatch::*)(sd_bus_message* announcement);
@@ -47,6 +51,7 @@ class BluezWatch {
   bool arrived_ = false;
   std::set<std::string> removed_;
   BluezProperties changed_;
+  bool hasLostLink_ = false;
   std::vector<SdBusSlot> matches_;
 };
 

@@ -14,7 +14,8 @@ PLACES = ("/usr/libexec/bluetooth/bluetoothd", "/usr/lib/bluetooth/bluetoothd")
 STORAGE = pathlib.Path("/var/lib/bluetooth")
 LOG = pathlib.Path("/run/vm/bluetoothd.log")
 START_LIMIT, STOP_LIMIT = 30.0, 5.0
-GET_DEVICE_LIST, GET_DEVICE = 0x800448D2, 0x800448D3
+GET_DEVICE = 0x800448D3
+RESET_COMMAND, RESET_ANSWER = b"\x01\x03\x0c\x00", b"\x03\x0c\x00"
 
 
 def poll(condition, limit, what):
@@ -65,7 +66,18 @@ class Adapter:
         self._bridge.kill()
         self._bridge.wait()
         self._bridge = None
+        self._end_links()
         poll(lambda: self.address not in adapter_addresses().values(), START_LIMIT, "the adapter does not go")
+
+
+    def _end_links(self):
+        """The radio must not believe that the adapter is still there: resets it, and takes the answer."""
+        port = os.open(self._port, os.O_RDWR)
+        os.write(port, RESET_COMMAND)
+        held = b""
+        while not held.endswith(RESET_ANSWER):
+            held += os.read(port, 4096)
+        os.close(port)
 
 
 class Bluetoothd:
@@ -97,9 +109,14 @@ class Bluetoothd:
 
     def kill(self):
         """As when it crashes."""
+        if not self._process:
+            return
         self._process.kill()
         self._process.wait()
         self._process = None
+
+    def signal(self, number):
+        self._process.send_signal(number)
 
     def restart(self, wipe=False):
         self.stop()

@@ -2,7 +2,8 @@
 
   run.py NAME...     NAME: a file in tests/vm/scenarios, or file.function
 
-A scenario is a function of the world, named test_...; it fails by an exception. The last line counts them.
+A scenario is a function of the world, named test_...; it fails by an exception. How many passed and failed is in the
+shared file "counts".
 """
 import importlib
 import inspect
@@ -16,10 +17,6 @@ SCENARIOS = pathlib.Path(os.environ["VM_SOURCE"]) / "tests/vm/scenarios"
 sys.path.insert(0, str(SCENARIOS))
 
 from world import World  # noqa: E402
-
-
-class Skipped(Exception):
-    pass
 
 
 def functions_of(name):
@@ -50,7 +47,8 @@ def main(names):
     world = World()
     outcomes = [run(world, name, function) for wanted in names for name, function in functions_of(wanted)]
     world.daemon.stop()
-    print(f"{outcomes.count(True)} passed, {outcomes.count(False)} failed, 0 skipped", flush=True)
+    with open("/run/vm/counts", "w") as counts:
+        counts.write(f"{outcomes.count(True)} {outcomes.count(False)}")
     return 0 if outcomes and all(outcomes) else 1
 
 

@@ -10,6 +10,7 @@ from daemon import Adapter, Bluetoothd, adapter_addresses
 from ports import StandInPort, port_path
 from pump import wait_until
 
+BUS_BLUETOOTH = "0005"
 WORKER_FLAG = "--zolvex-bluetooth-worker"
 POWER_LIMIT, RELEASE_LIMIT, WORKER_LIMIT = 15.0, 10.0, 90.0
 
@@ -53,6 +54,7 @@ class World:
     def __init__(self):
         self.adapters = [Adapter(number) for number in range(1, 9) if port_path(f"radio-{number}")]
         self.keyboard = StandInPort("keyboard")
+        self.stranger = StandInPort("stranger")
         self.bluez = Bluez()
         self.daemon = Bluetoothd(self.bluez.is_on_bus)
 
@@ -63,10 +65,11 @@ class World:
 
     def reset(self):
         """As after power-on: one adapter, an empty daemon, a keyboard that nobody knows."""
-        self.keyboard.behave("normal")
         self.daemon.stop()
-        self.keyboard.order("drop")
-        self.keyboard.order("forget")
+        for device in (self.keyboard, self.stranger):
+            device.behave("normal")
+            device.order("drop")
+            device.order("forget")
         for number, adapter in enumerate(self.adapters):
             if adapter.is_plugged_in() and number > 0:
                 adapter.unplug()
@@ -105,8 +108,10 @@ class World:
         return self.bluez.device(self.adapter, self.keyboard.address)
 
     def input_devices(self):
-        names = pathlib.Path("/sys/class/input").glob("event*/device/name")
-        return [path.read_text().strip() for path in names]
+        """The names of those that came over Bluetooth."""
+        devices = pathlib.Path("/sys/class/input").glob("event*/device")
+        return [(path / "name").read_text().strip() for path in devices if is_bluetooth(path)]
 
 
-__all__ = ["World", "RunningWorker", "WorkerRun", "adapter_addresses"]
+def is_bluetooth(input_device):
+    return (input_device / "id/bustype").read_text().strip() == BUS_BLUETOOTH

@@ -64,6 +64,7 @@ class StandIn:
     """A device of which no hardware exists; see tests/vm/radio."""
 
     def __init__(self, radio, name):
+        self.name = name
         self.control = radio.directory / f"{name.replace(' ', '-')}.control"
         log = (radio.logs / f"{name.replace(' ', '-')}.log").open("w")
         program = [sys.executable, TESTS / "radio/keyboard.py", radio.socket, self.control, name]

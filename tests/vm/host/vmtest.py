@@ -1,6 +1,7 @@
 """scripts/vm-test without its packages and its build: makes the machines' parts, runs scenarios in them, tells how it
 went. See scripts/vm-test --help."""
 import argparse
+import ast
 import pathlib
 import shutil
 import subprocess
@@ -11,9 +12,11 @@ import time
 import cache
 import radio
 from downloads import Apt, DownloadError
+from handover import run_handover
 from kernel import CANDIDATES, Kernel
 from machine import SHARE, Machine
 
+HANDOVER = "handover"
 STATUS_FAILED, STATUS_SKIPPED = 1, 77
 RUN_LIMIT = 600.0
 SELF_CHECK = "self_check"
@@ -37,33 +40,34 @@ class Bench:
         self.logs.mkdir(parents=True)
         self._work = tempfile.TemporaryDirectory(prefix="zolvex-vm-")
         self.work = pathlib.Path(self._work.name)  # short enough for the names of sockets
+        self.root = "/"
         self.apt = Apt(cache.directory() / "apt")
         self.btvirt = radio.make_btvirt(self.apt)
         self.bridge = radio.make_bridge()
 
-    def guest(self, program, *arguments):
+    def guest(self, program, *arguments, **variables):
         """The command line of one of the machine's scripts."""
         environment = [f"VM_ZOLVEX={self.options.zolvex}", f"VM_BRIDGE={self.bridge}"]
+        environment += [f"{name}={value}" for name, value in variables.items()]
         return ["env", *environment, "/usr/bin/python3", cache.TESTS / "guest" / program, *arguments]
 
     def air(self, name):
         """A radio of its own, with its logs beside those of the machines."""
-        directory, logs = self.work / name, self.logs / name
-        for path in (directory, logs):
-            path.mkdir(exist_ok=True)
-        return radio.Radio(self.btvirt, directory, logs)
+        logs = self.logs / name
+        logs.mkdir(exist_ok=True)
+        return radio.Radio(self.btvirt, pathlib.Path(tempfile.mkdtemp(dir=self.work)), logs)
 
     def close(self):
         self._work.cleanup()
 
 
 def single_machine(bench, kernel, name, air, adapters=2):
-    """A machine with a keyboard in reach."""
-    keyboard = air.add_device("Keyboard")
+    """A machine with two stand-ins in reach."""
     machine = Machine(name, kernel, bench.logs / name)
     for number in range(1, adapters + 1):
         machine.add_socket_port(f"radio-{number}", air.socket)
-    machine.add_socket_port("keyboard", keyboard.control)
+    for device in ("Keyboard", "Stranger"):
+        machine.add_socket_port(device.lower(), air.add_device(device).control)
     return machine
 
 
@@ -106,21 +110,44 @@ def usable_kernel(bench):
 
 
 def scenario_names():
-    return sorted(path.stem for path in (cache.TESTS / "scenarios").glob("*.py"))
+    return sorted(path.stem for path in (cache.TESTS / "scenarios").glob("*.py")) + [HANDOVER]
 
 
 def list_scenarios():
     for name in scenario_names():
-        text = (cache.TESTS / f"scenarios/{name}.py").read_text()
-        print(f"{name:14} {text.split(chr(34) * 3)[1].strip().split('. ')[0].split(chr(10))[0]}")
+        file = cache.TESTS / ("host/handover.py" if name == HANDOVER else f"scenarios/{name}.py")
+        print(f"{name:14} {ast.get_docstring(ast.parse(file.read_text())).splitlines()[0]}")
+
+
+def run_in_one_machine(bench, kernel, names):
+    """How many passed, and how many failed; a machine that dies counts as one failure more."""
+    step(f"A machine with the real bluetoothd: {', '.join(names)}")
+    status = run_single(bench, kernel, "machine", bench.guest("run.py", *names))
+    counts = bench.logs / "machine/counts"
+    passed, failed = map(int, counts.read_text().split()) if counts.exists() else (0, 0)
+    return passed, failed or int(status != 0)
+
+
+def run_all(bench, kernel, names):
+    passed = failed = 0
+    single = [name for name in names if name != HANDOVER]
+    if single:
+        passed, failed = run_in_one_machine(bench, kernel, single)
+    if HANDOVER in names:
+        step("Two machines, one keyboard")
+        more = run_handover(bench, kernel, say)
+        passed, failed = passed + more[0], failed + more[1]
+    return passed, failed
 
 
 def parse(arguments):
+    build = cache.PROJECT / "build/dev/src"
     parser = argparse.ArgumentParser(prog="scripts/vm-test")
     parser.add_argument("names", nargs="*")
     parser.add_argument("--shell", action="store_true")
     parser.add_argument("--list", action="store_true")
-    parser.add_argument("--zolvex", type=pathlib.Path, default=cache.PROJECT / "build/dev/src/app/zolvex")
+    parser.add_argument("--zolvex", type=pathlib.Path, default=build / "app/zolvex")
+    parser.add_argument("--zolvexctl", type=pathlib.Path, default=build / "control/zolvexctl")
     return parser.parse_args(arguments)
 
 
@@ -130,17 +157,21 @@ def run(options):
     try:
         kernel = usable_kernel(bench)
         if not kernel:
-            print("\nvm-test: skipped, for no kernel that can be downloaded here passes the self-check")
-            return STATUS_SKIPPED
+            return skipped("no kernel that can be downloaded here passes the self-check")
         if options.shell:
-            return run_single(bench, kernel, "shell", ["bash"], interactive=True) or 0
+            return run_single(bench, kernel, "shell", bench.guest("shell.py"), interactive=True) or 0
         names = options.names or [name for name in scenario_names() if name != SELF_CHECK]
-        step(f"A machine against bluetoothd: {', '.join(names)}")
-        status = run_single(bench, kernel, "machine", bench.guest("run.py", *names))
-        say(f"{time.monotonic() - began:.0f} s; the logs are in {bench.logs.relative_to(cache.PROJECT)}")
-        return 0 if status == 0 else STATUS_FAILED
+        passed, failed = run_all(bench, kernel, names)
+        step(f"{time.monotonic() - began:.0f} s; the logs are in {bench.logs.relative_to(cache.PROJECT)}")
+        print(f"{passed} passed, {failed} failed, 0 skipped", flush=True)
+        return STATUS_FAILED if failed or not passed else 0
     finally:
         bench.close()
+
+
+def skipped(why):
+    print(f"\nvm-test: skipped, for {why}\n0 passed, 0 failed, 1 skipped", flush=True)
+    return STATUS_SKIPPED
 
 
 def main():
@@ -151,8 +182,7 @@ def main():
     try:
         return run(options)
     except DownloadError as error:
-        print(f"\nvm-test: skipped, for something cannot be downloaded: {error}")
-        return STATUS_SKIPPED
+        return skipped(f"something cannot be downloaded: {error}")
     except KeyboardInterrupt:
         print("\nvm-test: interrupted", file=sys.stderr)
         return 130

@@ -22,7 +22,7 @@ from sdp import SdpServer
 
 PSM_SDP, PSM_CONTROL, PSM_INTERRUPT = 1, 0x11, 0x13
 CLASS_KEYBOARD = 0x002540
-NO_INPUT_NO_OUTPUT = 3
+CAPABILITIES = bytes([3, 0, 4])  # no input, no output; no data from elsewhere; bonding wanted
 BEHAVIOURS = ("normal", "asleep", "refuses-pairing", "hangs-on-pair", "hangs-on-connect", "refuses-connection")
 
 RESET, WRITE_NAME, WRITE_CLASS, WRITE_SSP, WRITE_SCAN = 0x0C03, 0x0C13, 0x0C24, 0x0C56, 0x0C1A
@@ -41,7 +41,7 @@ class Keyboard:
         self.bond = None  # (host, key)
         self.is_caller = False
         self.last_pairing = None
-        self.events = []
+        self._unanswered = []  # questions of a pairing that it left open
         self._set_up()
 
     def _set_up(self):
@@ -60,7 +60,6 @@ class Keyboard:
         self.hci.command(WRITE_SCAN, b"\3" if can_be_found else b"\0")
 
     def _note(self, what):
-        self.events.append((round(time.time(), 3), what))
         print(f"{time.strftime('%H:%M:%S')} {self.name}: {what}", flush=True)
 
     # What the radio tells.
@@ -99,11 +98,13 @@ class Keyboard:
             self.hci.command(AUTHENTICATE, struct.pack("<H", handle))
 
     def _on_event_05(self, data):  # disconnection complete
-        if struct.unpack_from("<H", data, 1)[0] != self.handle:
+        is_ours = struct.unpack_from("<H", data, 1)[0] == self.handle
+        if data[0] == 0 and not is_ours:
             return
         self._note(f"link to {self.host} ended, reason {data[3]}")
         self._pairing_ended(f"link ended, reason {data[3]}")
         self.handle = self.host = self.l2cap = None
+        self._unanswered.clear()
         self._listen()
 
     def _on_event_17(self, data):  # link key request
@@ -114,13 +115,17 @@ class Keyboard:
             self.hci.command(NO_KEY_REPLY, data[:6])
 
     def _on_event_31(self, data):  # capabilities wanted
-        if self.behaviour != "hangs-on-pair":
-            self.hci.command(CAPABILITY_REPLY, data[:6] + bytes([NO_INPUT_NO_OUTPUT, 0, 4]))
+        self._answer_pairing(lambda: self.hci.command(CAPABILITY_REPLY, data[:6] + CAPABILITIES))
 
     def _on_event_33(self, data):  # confirmation wanted
+        verdict = DENY if self.behaviour == "refuses-pairing" else CONFIRM
+        self._answer_pairing(lambda: self.hci.command(verdict, data[:6]))
+
+    def _answer_pairing(self, answer):
         if self.behaviour == "hangs-on-pair":
-            return
-        self.hci.command(DENY if self.behaviour == "refuses-pairing" else CONFIRM, data[:6])
+            self._unanswered.append(answer)
+        else:
+            answer()
 
     def _on_event_18(self, data):  # new link key
         self.bond = (address_text(data[:6]), data[6:22])
@@ -181,6 +186,10 @@ class Keyboard:
         if behaviour not in BEHAVIOURS:
             return {"error": f"one of {', '.join(BEHAVIOURS)}"}
         self.behaviour = behaviour
+        if behaviour != "hangs-on-pair":
+            questions, self._unanswered = self._unanswered, []
+            for answer in questions:
+                answer()
         self._listen()
         return {}
 

@@ -2,6 +2,7 @@
 depends on, on which unfit kernels are known to fail."""
 import dbus.service
 
+import agent
 from bluez import ADAPTER, DEVICE, device_path
 from pump import wait_until
 
@@ -10,13 +11,16 @@ CONNECT_LIMIT = 20.0
 
 
 def test_classic_pairing_and_input(world):
+    """With an agent: without one the daemon pairs, but makes no bond, and then lets no input in."""
     adapter = world.adapter
+    desktop = agent.register(world, "NoInputNoOutput")
     assert world.bluez.discover(adapter, world.keyboard.address), "the keyboard is not found"
     path = device_path(adapter, world.keyboard.address)
     for method in ("Pair", "Connect"):
         answer = world.bluez.call(path, DEVICE, method)
         assert not answer.error, f"{method}: {answer}"
     world.expect_within(CONNECT_LIMIT, world.input_devices, "no input device")
+    agent.withdraw(world, desktop)
 
 
 class Advertisement(dbus.service.Object):

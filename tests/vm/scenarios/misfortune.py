@@ -1,0 +1,126 @@
+"""The daemon stops, dies, hangs or starts anew in the middle of things; the worker is killed in the middle of things."""
+import signal
+
+from bluez import device_path
+from busmonitor import CallMonitor
+from pump import pause, wait_until
+from world import RunningWorker
+
+BEGIN_LIMIT = 15.0
+
+
+def begin_connecting(world, behaviour):
+    """A worker that is in the middle of Pair or of Connect."""
+    world.keyboard.behave(behaviour)
+    call = {"hangs-on-pair": "Pair", "hangs-on-connect": "Connect"}[behaviour]
+    monitor = CallMonitor(call, lambda: None)
+    worker = RunningWorker("connect", world.keyboard.address)
+    begun = wait_until(lambda: monitor.was_called and world.keyboard.state()["host"], BEGIN_LIMIT)
+    monitor.close()
+    assert begun, f"no {call} within {BEGIN_LIMIT} s"
+    pause(0.5)
+    return worker
+
+
+def expect_recovery(world, worker):
+    """The same worker finds the daemon again and finishes."""
+    run = worker.finish()
+    assert run.status == 0 and "Attempt 1" in run.output, run
+    assert world.keyboard.state()["serves"], "the keyboard serves nobody"
+
+
+def expect_next_run_works(world):
+    world.keyboard.behave("normal")
+    run = world.worker("connect", world.keyboard.address)
+    assert run.status == 0, run
+    assert world.keyboard.state()["serves"], "the keyboard serves nobody"
+
+
+def test_without_the_daemon_bluetooth_is_off(world):
+    world.daemon.stop()
+    for command in ("connect", "unregister"):
+        run = world.worker(command, world.keyboard.address)
+        assert (run.status, run.error) == (69, "Bluetooth is off\n"), run
+    run = world.worker("listPaired")
+    assert (run.status, run.output) == (0, "[]"), run
+
+
+def test_daemon_restarts_in_the_middle_of_pair(world):
+    worker = begin_connecting(world, "hangs-on-pair")
+    world.keyboard.behave("normal")
+    world.daemon.restart()
+    expect_recovery(world, worker)
+
+
+def test_daemon_crashes_in_the_middle_of_pair(world):
+    worker = begin_connecting(world, "hangs-on-pair")
+    world.keyboard.behave("normal")
+    world.daemon.kill()
+    world.daemon.start()
+    expect_recovery(world, worker)
+
+
+def test_daemon_restarts_in_the_middle_of_connect(world):
+    worker = begin_connecting(world, "hangs-on-connect")
+    world.keyboard.behave("normal")
+    world.daemon.restart()
+    expect_recovery(world, worker)
+
+
+def test_daemon_crashes_in_the_middle_of_connect(world):
+    worker = begin_connecting(world, "hangs-on-connect")
+    world.keyboard.behave("normal")
+    world.daemon.kill()
+    world.daemon.start()
+    expect_recovery(world, worker)
+
+
+def test_daemon_crashes_in_the_middle_of_remove(world):
+    """Whatever the worker says of it, it must be true, and the next run must finish the job."""
+    world.pair_and_connect()
+    monitor = CallMonitor("RemoveDevice", world.daemon.kill)
+    run = world.worker("unregister", world.keyboard.address)
+    monitor.close()
+    assert monitor.was_called and not world.daemon.is_running()
+    world.daemon.start()
+    world.await_power(world.adapters[0])
+    is_known = device_path(world.adapter, world.keyboard.address) in world.bluez.devices()
+    expected = (0, "Removed pairing\n", "") if run.status == 0 else (70, "", "Remove selector unavailable\n")
+    assert (run.status, run.output, run.error) == expected, run
+    assert not (run.status == 0 and is_known), "a removal was claimed that did not happen"
+    again = world.worker("unregister", world.keyboard.address)
+    assert again.status == (0 if is_known else 66), again
+    assert world.device() is None
+
+
+def test_worker_killed_in_the_middle_of_pair(world):
+    begin_connecting(world, "hangs-on-pair").kill()
+    expect_next_run_works(world)
+
+
+def test_worker_killed_in_the_middle_of_connect(world):
+    begin_connecting(world, "hangs-on-connect").kill()
+    expect_next_run_works(world)
+
+
+def test_worker_killed_in_the_middle_of_remove(world):
+    world.pair_and_connect()
+    worker = None
+    monitor = CallMonitor("RemoveDevice", lambda: worker.kill())
+    worker = RunningWorker("unregister", world.keyboard.address)
+    assert wait_until(lambda: worker.process.returncode is not None, BEGIN_LIMIT), "not killed"
+    monitor.close()
+    again = world.worker("unregister", world.keyboard.address)
+    assert again.status in (0, 66), again
+    expect_next_run_works(world)
+
+
+def test_a_daemon_that_hangs_counts_as_off(world):
+    world.pair_and_connect()
+    world.daemon.signal(signal.SIGSTOP)
+    try:
+        run = world.worker("unregister", world.keyboard.address)
+    finally:
+        world.daemon.signal(signal.SIGCONT)
+    assert (run.status, run.error) == (69, "Bluetooth is off\n") and run.seconds < 12, run
+    assert world.worker("unregister", world.keyboard.address).status == 0
