@@ -10,7 +10,7 @@ constexpr std::array descriptions{
     FaultDescription{FaultKind::asleep, "asleep", "the device is switched off: nobody finds or reaches it"},
     FaultDescription{FaultKind::outOfRange, "out-of-range", "the computer cannot hear the device, others can"},
     FaultDescription{FaultKind::thirdAttempt, "third-attempt", "Connect fails twice, then succeeds"},
-    FaultDescription{FaultKind::refusesPairing, "refuses-pairing", "Pair ends with AuthenticationRejected"},
+    FaultDescription{FaultKind::refusesPairing, "refuses-pairing", "Pair ends with AuthenticationFailed"},
     FaultDescription{FaultKind::refusesConnection, "refuses-connection",
                      "Connect fails, although the link to the device comes up and stays for a while"},
     FaultDescription{FaultKind::wantsPasskey, "wants-passkey",

@@ -69,6 +69,7 @@ void AdapterInterface::exportDevices() {
 }
 
 void AdapterInterface::withdrawDevices() {
+  for (const auto& device : devices_) device->abortConnection();
   for (const auto& address : devices_.keys()) dropDevice(address);
 }
 
@@ -84,6 +85,7 @@ void AdapterInterface::update(const QString& address) {
 void AdapterInterface::updatePower() {
   if (!host_.isPowered()) {
     host_.radio.closeLinks(host_.identity.computer);
+    for (const auto& device : devices_) device->abortConnection();
     for (const auto& client : QStringList(discoverers_)) endDiscovery(client);
   }
   host_.tree.publishChanges(path());
@@ -175,6 +177,7 @@ void AdapterInterface::addDevice(const QString& address) {
   connect(device.get(), &DeviceInterface::idle, this, [this] {
     if (discoverers_.isEmpty()) forgetTimer_.start(host_.identity.timing.foundDeviceLife);
   });
+  connect(device.get(), &DeviceInterface::lost, this, [this, address] { dropDevice(address); });
   devices_.insert(address, device);
   device->setHeard(hears(address));
   host_.tree.add(DeviceInterface::pathOf(address), {device});
@@ -193,7 +196,7 @@ QString AdapterInterface::addressAt(const QString& devicePath) const {
 
 void AdapterInterface::setProperty(const BusCall& call, const QString& property, const QVariant& value) {
   if (property != u"Powered"_s) return BusInterface::setProperty(call, property, value);
-  if (value.typeId() != QMetaType::Bool) return fail(call, bluezError::invalidArguments);
+  if (value.typeId() != QMetaType::Bool) return fail(call, bluezError::wrongType);
   if (value.toBool() && host_.suffers(FaultKind::adapterOff)) return fail(call, bluezError::blocked);
   host_.isPoweredOff = !value.toBool();
   call.reply();

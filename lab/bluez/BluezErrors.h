@@ -12,11 +12,12 @@ struct Error {
 
 inline constexpr Error doesNotExist{"org.bluez.Error.DoesNotExist", "Does Not Exist"};
 inline constexpr Error alreadyExists{"org.bluez.Error.AlreadyExists", "Already Exists"};
+inline constexpr Error pairingInProgress{"org.bluez.Error.InProgress", "In Progress"};
 inline constexpr Error inProgress{"org.bluez.Error.InProgress", "Operation already in progress"};
 inline constexpr Error connectBusy{"org.bluez.Error.InProgress", "br-connection-busy"};
 inline constexpr Error notReady{"org.bluez.Error.NotReady", "Resource Not Ready"};
-inline constexpr Error notConnected{"org.bluez.Error.NotConnected", "Not Connected"};
 inline constexpr Error invalidArguments{"org.bluez.Error.InvalidArguments", "Invalid arguments in method call"};
+inline constexpr Error wrongType{"org.freedesktop.DBus.Error.InvalidSignature", "Expected another type"};
 inline constexpr Error noDiscovery{"org.bluez.Error.Failed", "No discovery started"};
 inline constexpr Error createSocket{"org.bluez.Error.Failed", "br-connection-create-socket"};
 inline constexpr Error pageTimeout{"org.bluez.Error.Failed", "br-connection-page-timeout"};

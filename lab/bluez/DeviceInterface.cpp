@@ -19,7 +19,7 @@ DeviceInterface::DeviceInterface(BluezHost& host, AgentManager& agents, const QS
     : host_(host), agents_(agents), address_(address) {
   connect(&host.tree, &BusTree::clientLeft, this, &DeviceInterface::onClientLeft);
   bareLinkTimer_.setSingleShot(true);
-  connect(&bareLinkTimer_, &QTimer::timeout, this, &DeviceInterface::dropBareLink);
+  connect(&bareLinkTimer_, &QTimer::timeout, this, [this] { setBareLink(false); });
 }
 
 DeviceInterface::~DeviceInterface() = default;
@@ -77,10 +77,12 @@ bool DeviceInterface::handle(const BusCall& call) {
 
 void DeviceInterface::pair(const BusCall& call) {
   if (isBonded() || host_.suffers(FaultKind::halfBonded, address_)) return fail(call, bluezError::alreadyExists);
-  if (pairing_) return fail(call, bluezError::inProgress);
+  if (pairing_) return fail(call, bluezError::pairingInProgress);
   pairing_ = std::make_unique<Pairing>(host_, agents_, address_, call);
+  connect(pairing_.get(), &Pairing::reached, this, [this] { setBareLink(true); });
+  connect(pairing_.get(), &Pairing::notReached, this, &DeviceInterface::lost, Qt::QueuedConnection);
   connect(pairing_.get(), &Pairing::finished, this, [this] {
-    if (pairing_->wasRefused()) raiseBareLink(host_.identity.timing.idleLinkLife);
+    if (hasBareLink_) raiseBareLink(host_.identity.timing.idleLinkLife);
     pairing_.release()->deleteLater();
     Q_EMIT idle();
   });
@@ -99,7 +101,8 @@ void DeviceInterface::connectDevice(const BusCall& call) {
   if (connecting_) return fail(call, bluezError::connectBusy);
   if (device().profiles.isEmpty()) return fail(call, bluezError::noProfile);
   connecting_ = call;
-  if (host_.diesOf(address_) || host_.suffers(FaultKind::hangsOnConnect, address_)) return;
+  if (host_.diesOf(address_)) return;
+  if (host_.suffers(FaultKind::hangsOnConnect, address_)) return setBareLink(true);
   BluezHost::after(host_.latency(address_), this, [this, call] { openLink(call); });
 }
 
@@ -116,21 +119,29 @@ void DeviceInterface::openLink(const BusCall& call) {
   Q_EMIT idle();
 }
 
-void DeviceInterface::raiseBareLink(BluezTiming::Duration life) {
-  hasBareLink_ = true;
+void DeviceInterface::setBareLink(bool isUp) {
+  hasBareLink_ = isUp;
+  bareLinkTimer_.stop();
   host_.tree.publishChanges(pathOf(address_));
+}
+
+void DeviceInterface::raiseBareLink(BluezTiming::Duration life) {
+  setBareLink(true);
   bareLinkTimer_.start(life);
 }
 
-void DeviceInterface::dropBareLink() {
-  hasBareLink_ = false;
-  host_.tree.publishChanges(pathOf(address_));
+void DeviceInterface::abortConnection() {
+  setBareLink(false);
+  if (!connecting_) return;
+  fail(*connecting_, bluezError::createSocket);
+  connecting_.reset();
 }
 
 void DeviceInterface::disconnectDevice(const BusCall& call) {
-  if (!isConnected()) return fail(call, bluezError::notConnected);
+  if (!isConnected() && !hasBareLink_) return call.reply();
   BluezHost::after(host_.latency(address_), this, [this, call] {
     host_.radio.closeLink(host_.identity.computer, address_);
+    setBareLink(false);
     call.reply();
     Q_EMIT idle();
   });
@@ -140,6 +151,7 @@ void DeviceInterface::disconnectDevice(const BusCall& call) {
 void DeviceInterface::onClientLeft(const QString& client) {
   if (!connecting_ || connecting_->sender() != client || !host_.suffers(FaultKind::hangsOnConnect, address_)) return;
   connecting_.reset();
+  raiseBareLink(host_.identity.timing.idleLinkLife);
   Q_EMIT idle();
 }
 
@@ -150,7 +162,7 @@ void DeviceInterface::setProperty(const BusCall& call, const QString& property, 
   else if (property == u"Alias"_s && value.typeId() == QMetaType::QString)
     stored.alias = value.toString();
   else if (property == u"Trusted"_s || property == u"Alias"_s)
-    return fail(call, bluezError::invalidArguments);
+    return fail(call, bluezError::wrongType);
   else
     return BusInterface::setProperty(call, property, value);
   call.reply();

@@ -26,6 +26,9 @@ class DeviceInterface : public QObject, public BusInterface {
   /// True while the daemon must not forget the device.
   bool isInUse() const { return isBonded() || isConnected() || pairing_ || connecting_; }
 
+  /// What becomes of calls that wait for the device when the adapter goes.
+  void abortConnection();
+
   /// Signal strength is known only while a discovery runs.
   void setHeard(bool heard) { isHeard_ = heard; }
 
@@ -39,13 +42,16 @@ class DeviceInterface : public QObject, public BusInterface {
   /// The device may have fallen out of use.
   void idle();
 
+  /// A device that was only found could not be reached: the daemon forgets it.
+  void lost();
+
  private:
   void pair(const BusCall& call);
   void cancelPairing(const BusCall& call);
   void connectDevice(const BusCall& call);
   void openLink(const BusCall& call);
+  void setBareLink(bool isUp);
   void raiseBareLink(BluezTiming::Duration life);
-  void dropBareLink();
   void disconnectDevice(const BusCall& call);
   void onClientLeft(const QString& client);
   const VirtualDevice& device() const;

@@ -27,6 +27,7 @@ void Pairing::start() {
 
 void Pairing::tryBond(bool withPasskey) {
   if (!host_.isPowered()) return failWith(bluezError::notReady);
+  if (host_.radio.isReachable(host_.identity.computer, address_)) Q_EMIT reached();
   switch (host_.radio.bond(host_.identity.computer, address_, withPasskey)) {
     case RadioAnswer::accepted:
       call_.reply();
@@ -35,10 +36,10 @@ void Pairing::tryBond(bool withPasskey) {
       return askAgent();
     case RadioAnswer::refused:
     case RadioAnswer::bondRefused:
-      wasRefused_ = true;
-      return failWith(bluezError::authenticationRejected);
+      return failWith(bluezError::authenticationFailed);
     case RadioAnswer::unreachable:
     case RadioAnswer::missed:
+      Q_EMIT notReached();
       return failWith(bluezError::attemptFailed);
   }
 }

@@ -21,10 +21,13 @@ class Pairing : public QObject {
   void start();
   void cancel();
 
-  /// The device was reached and said no.
-  bool wasRefused() const { return wasRefused_; }
-
  Q_SIGNALS:
+  /// There is a link to the device now, whatever comes of it.
+  void reached();
+
+  /// No link comes about. finished() follows.
+  void notReached();
+
   /// The call was answered, or nobody waits for an answer any more.
   void finished();
 
@@ -40,7 +43,6 @@ class Pairing : public QObject {
   AgentManager& agents_;
   QString address_;
   BusCall call_;
-  bool wasRefused_ = false;
   std::optional<AgentManager::Agent> askedAgent_;
 };
 

@@ -21,7 +21,7 @@ const auto introspectable = u"org.freedesktop.DBus.Introspectable"_s;
 const auto unknownObject = u"org.freedesktop.DBus.Error.UnknownObject"_s;
 const auto unknownMethod = u"org.freedesktop.DBus.Error.UnknownMethod"_s;
 const auto unknownInterface = u"org.freedesktop.DBus.Error.UnknownInterface"_s;
-const auto unknownProperty = u"org.freedesktop.DBus.Error.UnknownProperty"_s;
+const auto invalidArguments = u"org.freedesktop.DBus.Error.InvalidArgs"_s;
 
 constexpr auto objectManagerXml = R"(<interface name="org.freedesktop.DBus.ObjectManager">
 <method name="GetManagedObjects"><arg name="objects" type="a{oa{sa{sv}}}" direction="out"/></method>
@@ -147,7 +147,7 @@ void BusTree::handleProperties(const BusCall& call, Object& object) {
   const auto values = interface->properties();
   if (call.member() == u"GetAll"_s) return call.reply({values});
   const auto property = arguments.value(1).toString();
-  if (!values.contains(property)) return call.fail(unknownProperty, u"No such property '%1'"_s.arg(property));
+  if (!values.contains(property)) return call.fail(invalidArguments, u"No such property '%1'"_s.arg(property));
   if (call.member() == u"Get"_s) return call.reply({QVariant::fromValue(QDBusVariant(values.value(property)))});
   if (call.member() == u"Set"_s)
     return interface->setProperty(call, property, arguments.value(2).value<QDBusVariant>().variant());

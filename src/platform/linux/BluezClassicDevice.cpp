@@ -22,7 +22,8 @@ bool BluezClassicDevice::isConnected() {
   path_ = device->path;
   // BlueZ calls a device connected as soon as there is a link, even one that is about to be given up: one of a pairing
   // or connection that has failed, or that hangs. Whether it is in use it says only in answer to this.
-  return statusOf(bus_.call(connectCall(), useCheckLimit)) == ioReturn::success;
+  if (!isInUse_) isInUse_ = statusOf(bus_.call(connectCall(), useCheckLimit)) == ioReturn::success;
+  return *isInUse_;
 }
 
 int BluezClassicDevice::rssi() {
@@ -32,6 +33,12 @@ int BluezClassicDevice::rssi() {
 }
 
 std::int32_t BluezClassicDevice::openConnection() {
+  const auto status = attempt();
+  isInUse_ = status == ioReturn::success;
+  return status;
+}
+
+std::int32_t BluezClassicDevice::attempt() {
   if (refusedBonds_ == refusalsBeforeNewBond) adapter_.remove(address_);
   auto device = adapter_.inRange(address_);
   if (device && !device->isPaired) {

@@ -5,6 +5,7 @@
 #include "platform/linux/BluezWatch.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace zolvex {
@@ -39,6 +40,7 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   bool removePairing() override { return adapter_.remove(address_); }
 
  private:
+  std::int32_t attempt();
   std::int32_t connectPaired(const BluezDevice& device);
   void noteRefusal(const BluezWatch& watch);
   std::int32_t awaitRunningConnection() const;
@@ -49,6 +51,7 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   const std::string address_;
   std::string path_;
   int refusedBonds_ = 0;
+  std::optional<bool> isInUse_;  ///< As far as is known; without a link it says nothing.
 };
 
 }  // namespace zolvex

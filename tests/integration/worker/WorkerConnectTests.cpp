@@ -58,7 +58,8 @@ TEST_F(WorkerConnect, aConnectedDeviceIsLeftAlone) {
   const auto result = connect(mouse);
   EXPECT_EQ(result.exitStatus, 0);
   EXPECT_EQ(result.output, "Already connected\n");
-  EXPECT_FALSE(answered.contains(u"Connect"_s));
+  for (const auto& member : {u"Pair"_s, u"Disconnect"_s, u"RemoveDevice"_s, u"StartDiscovery"_s})
+    EXPECT_FALSE(answered.contains(member)) << member.toStdString();
 }
 
 TEST_F(WorkerConnect, takesEveryNotationOfTheAddress) {
@@ -124,6 +125,8 @@ TEST_F(WorkerConnect, neverConnectsAfterFiveAttempts) {
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.output, "Not in range yet\n" + attempts(5, -536870212));
   EXPECT_EQ(result.error, "Connect failed\n");
+  EXPECT_EQ(holder(mouse), laptop);  // a device that sleeps has not forgotten us
+  EXPECT_FALSE(answered.contains(u"RemoveDevice"_s));
 }
 
 TEST_F(WorkerConnect, aDeviceThatRefusesToPairIsReportedAsNotPermitted) {
@@ -131,6 +134,34 @@ TEST_F(WorkerConnect, aDeviceThatRefusesToPairIsReportedAsNotPermitted) {
   const auto result = connect(mouse);
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.output, "Not in range yet\n" + attempts(5, -536870174));
+}
+
+// BlueZ calls the device connected for as long as the link of the refused pairing lasts.
+TEST_F(WorkerConnect, theLinkOfARefusedPairingIsNoConnection) {
+  inject(u"refuses-pairing"_s);
+  EXPECT_FALSE(connect(mouse).output.contains("connected=true"));
+  EXPECT_EQ(connect(mouse).output, "Not in range yet\n" + attempts(5, -536870174));
+}
+
+TEST_F(WorkerConnect, aLinkOnWhichTheDeviceRefusesToServeIsNoConnection) {
+  bond(mouse);
+  inject(u"refuses-connection"_s);
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.output, "Not in range yet\n" + attempts(5, -536870212));
+  EXPECT_EQ(holder(mouse), laptop);
+  EXPECT_FALSE(answered.contains(u"RemoveDevice"_s));
+}
+
+TEST_F(WorkerConnect, aBondThatTheDeviceHasForgottenIsMadeAnewAtTheThirdAttempt) {
+  bond(mouse);
+  inject(u"bond-forgotten"_s);
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.output,
+            "Not in range yet\n" + attempts(2, -536870212) + "Attempt 3: openConnection=0, connected=true\n");
+  EXPECT_EQ(answered.count(u"RemoveDevice"_s), 1);
+  EXPECT_EQ(connectedTo(mouse), laptop);
 }
 
 TEST_F(WorkerConnect, halfABondIsReplacedByAWholeOne) {

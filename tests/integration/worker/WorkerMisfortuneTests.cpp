@@ -3,6 +3,7 @@
 
 #include <QProcess>
 #include <QTemporaryFile>
+#include <QTimer>
 
 namespace zolvex::test {
 namespace {
@@ -94,6 +95,30 @@ TEST_F(WorkerMisfortune, aBusThatDiesDuringTheRemovalHasRemovedNothing) {
   const auto result = unregister(mouse);
   EXPECT_EQ(result.exitStatus, 70);
   EXPECT_LT(result.milliseconds, 5'000);
+}
+
+// BlueZ withdraws the device then, and never answers the call.
+TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedDuringTheConnectionEndsTheAttempt) {
+  bond(mouse);
+  inject(u"hangs-on-connect"_s);
+  constexpr std::chrono::milliseconds untilConnectRuns{300};
+  afterAnswer(u"Set"_s, 1, [this] {
+    QTimer::singleShot(untilConnectRuns, bluez.get(), [this] { inject(u"adapter-unplugged"_s); });
+  });
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.error, "Connect failed\n");
+  EXPECT_LT(result.milliseconds, 10'000);
+}
+
+TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedDuringThePairingEndsTheAttempt) {
+  inject(u"hangs-on-pair"_s);
+  constexpr std::chrono::milliseconds untilPairRuns{300};
+  afterAnswer(u"RegisterAgent"_s, 1,
+              [this] { QTimer::singleShot(untilPairRuns, bluez.get(), [this] { inject(u"adapter-unplugged"_s); }); });
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_LT(result.milliseconds, 10'000);
 }
 
 TEST_F(WorkerMisfortune, aHangingPairingEndsWithTheWorkerAndTheNextRunSucceeds) {

@@ -48,6 +48,7 @@ class Bluez:
 
     def __init__(self):
         self.bus = dbus.SystemBus(private=True)
+        self.bus.set_exit_on_disconnect(False)
         self.signals = []
         for member in ("InterfacesAdded", "InterfacesRemoved", "PropertiesChanged"):
             self.bus.add_signal_receiver(

@@ -31,6 +31,10 @@ enable-wide-area=no
 publish-workstation=no
 publish-hinfo=no
 """
+# Without anything that it could start by itself.
+SESSION_BUS = """<busconfig><type>session</type><listen>unix:path={bus}</listen>
+<policy context="default"><allow send_destination="*"/><allow own="*"/></policy></busconfig>
+"""
 
 
 def start(*argv, log, **options):
@@ -69,7 +73,8 @@ def session_environment():
     settings = SHARE / "settings.json"
     (runtime / "config/zolvex/settings.json").write_text(settings.read_text())
     bus = runtime / "bus"
-    subprocess.run(["dbus-daemon", "--session", "--fork", f"--address=unix:path={bus}"], check=True)
+    (runtime / "bus.conf").write_text(SESSION_BUS.format(bus=bus))
+    subprocess.run(["dbus-daemon", "--fork", f"--config-file={runtime / 'bus.conf'}"], check=True)
     return {
         **os.environ,
         "DBUS_SESSION_BUS_ADDRESS": f"unix:path={bus}",

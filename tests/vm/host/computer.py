@@ -25,8 +25,8 @@ class Computer:
 
     @property
     def identity(self):
-        """Of the running Zolvex, by which its peer knows it."""
-        return f"{self.number:032X}"
+        """Of the running Zolvex; its peer knows it by the first six characters."""
+        return str(self.number) * 32
 
     def cable(self):
         return self._sockets / f"cable-{self.number}"

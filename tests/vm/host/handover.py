@@ -38,7 +38,7 @@ class Handover:
     def take(self, computer):
         """The keyboard comes to this computer, and its keys arrive there and nowhere else."""
         began = time.monotonic()
-        done = computer.control("switch")
+        done = computer.control("switch", "--wait")
         assert done["status"] == 0, f"{computer.name}: {done}"
         self.durations.append(time.monotonic() - began)
         assert self.holder() is computer, f"{computer.name} says that it has the keyboard: {self.keyboard.order('state')}"
@@ -69,18 +69,18 @@ class Handover:
     def power_cut_of_the_owner(self):
         """It is asked to release, and its power fails."""
         self.take(self.laptop)
-        self.studio.begin(self.studio._bench.options.zolvexctl, "switch")
+        self.studio.begin(self.studio._bench.options.zolvexctl, "switch", "--wait")
         wait_until(lambda: self.holder() is not self.laptop, REST_LIMIT, "the owner does not release")
         self._fail_and_recover(self.laptop)
 
     def power_cut_of_the_owner_before_it_releases(self):
         self.take(self.laptop)
-        self.studio.begin(self.studio._bench.options.zolvexctl, "switch")
+        self.studio.begin(self.studio._bench.options.zolvexctl, "switch", "--wait")
         self._fail_and_recover(self.laptop)
 
     def power_cut_of_the_one_who_asks(self):
         self.take(self.laptop)
-        self.studio.begin(self.studio._bench.options.zolvexctl, "switch")
+        self.studio.begin(self.studio._bench.options.zolvexctl, "switch", "--wait")
         wait_until(lambda: self.holder() is not self.laptop, REST_LIMIT, "the owner does not release")
         self._fail_and_recover(self.studio)
 

@@ -11,12 +11,13 @@ import time
 
 import cache
 import radio
+from conformance import compare
 from downloads import Apt, DownloadError
 from handover import run_handover
 from kernel import CANDIDATES, Kernel
 from machine import SHARE, Machine
 
-HANDOVER = "handover"
+CONFORMANCE, HANDOVER = "conformance", "handover"
 STATUS_FAILED, STATUS_SKIPPED = 1, 77
 RUN_LIMIT = 600.0
 SELF_CHECK = "self_check"
@@ -110,12 +111,13 @@ def usable_kernel(bench):
 
 
 def scenario_names():
-    return sorted(path.stem for path in (cache.TESTS / "scenarios").glob("*.py")) + [HANDOVER]
+    return sorted(path.stem for path in (cache.TESTS / "scenarios").glob("*.py")) + [CONFORMANCE, HANDOVER]
 
 
 def list_scenarios():
     for name in scenario_names():
-        file = cache.TESTS / ("host/handover.py" if name == HANDOVER else f"scenarios/{name}.py")
+        folder = "host" if name in (CONFORMANCE, HANDOVER) else "scenarios"
+        file = cache.TESTS / folder / f"{name}.py"
         print(f"{name:14} {ast.get_docstring(ast.parse(file.read_text())).splitlines()[0]}")
 
 
@@ -130,9 +132,13 @@ def run_in_one_machine(bench, kernel, names):
 
 def run_all(bench, kernel, names):
     passed = failed = 0
-    single = [name for name in names if name != HANDOVER]
+    single = [name for name in names if name not in (CONFORMANCE, HANDOVER)]
     if single:
         passed, failed = run_in_one_machine(bench, kernel, single)
+    if CONFORMANCE in names:
+        step("The lab beside the real bluetoothd")
+        more = compare(bench, lambda: run_single(bench, kernel, CONFORMANCE, bench.guest("observe.py")), say)
+        passed, failed = passed + more[0], failed + more[1]
     if HANDOVER in names:
         step("Two machines, one keyboard")
         more = run_handover(bench, kernel, say)
@@ -147,6 +153,7 @@ def parse(arguments):
     parser.add_argument("--shell", action="store_true")
     parser.add_argument("--list", action="store_true")
     parser.add_argument("--zolvex", type=pathlib.Path, default=build / "app/zolvex")
+    parser.add_argument("--lab", type=pathlib.Path, default=cache.PROJECT / "build/dev/lab/zolvex-lab")
     parser.add_argument("--zolvexctl", type=pathlib.Path, default=build / "control/zolvexctl")
     return parser.parse_args(arguments)
 

@@ -190,6 +190,8 @@ class Keyboard:
             questions, self._unanswered = self._unanswered, []
             for answer in questions:
                 answer()
+        if self.l2cap:
+            self.l2cap.answer_waiting()
         self._listen()
         return {}
 

@@ -25,6 +25,7 @@ class L2capLink:
     def __init__(self, owner, send):
         self._owner, self._send_acl = owner, send
         self._channels = {}
+        self._waiting = []
         self._identifier = 0
         self._partial = b""
 
@@ -81,10 +82,17 @@ class L2capLink:
         unknown = lambda i, d: self._signal(REJECT, b"\0\0", i)  # noqa: E731
         handlers.get(code, unknown)(identifier, data)
 
+    def answer_waiting(self):
+        """Asks the owner again about those who had to wait."""
+        waiting, self._waiting = self._waiting, []
+        for identifier, data in waiting:
+            self._on_connect(identifier, data)
+
     def _on_connect(self, identifier, data):
         psm, remote = struct.unpack("<HH", data)
         result = self._owner.channel_wanted(psm)
         if result is None:
+            self._waiting.append((identifier, data))
             return
         local = next(cid for cid in range(FIRST_CHANNEL, 0xFFFF) if cid not in self._channels)
         self._signal(ANSWER_CONNECT, struct.pack("<HHHH", local if result == 0 else 0, remote, result, 0), identifier)
