@@ -33,7 +33,8 @@ publish-hinfo=no
 """
 # Without anything that it could start by itself.
 SESSION_BUS = """<busconfig><type>session</type><listen>unix:path={bus}</listen>
-<policy context="default"><allow send_destination="*"/><allow own="*"/></policy></busconfig>
+<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/></policy>
+</busconfig>
 """
 
 
