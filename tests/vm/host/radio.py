@@ -100,6 +100,8 @@ class Radio:
         return self._devices[-1]
 
     def stop(self):
+        if self._process.poll() is not None:
+            print(f"    the radio ended too early, with status {self._process.returncode}", flush=True)
         for device in self._devices:
             device.stop()
         stop_process(self._process)
