@@ -4,6 +4,7 @@ import argparse
 import ast
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -186,6 +187,7 @@ def main():
     if options.list:
         list_scenarios()
         return 0
+    signal.signal(signal.SIGTERM, signal.default_int_handler)  # ends like Ctrl-C: everything is stopped on the way out
     try:
         return run(options)
     except DownloadError as error:
