@@ -111,7 +111,10 @@ void DeviceInterface::openLink(const BusCall& call) {
   const auto answer =
       host_.isPowered() ? host_.radio.openLink(host_.identity.computer, address_) : RadioAnswer::unreachable;
   if (answer == RadioAnswer::refused) raiseBareLink(host_.identity.timing.idleLinkLife);
-  if (answer == RadioAnswer::bondRefused) raiseBareLink(BluezTiming::Duration(0));
+  // The link is gone before its coming is told, and its end is told after the answer.
+  if (answer == RadioAnswer::bondRefused)
+    BluezHost::after(host_.latency(address_), this,
+                     [this] { host_.tree.announce(pathOf(address_), name(), u"Connected"_s); });
   if (answer == RadioAnswer::accepted)
     call.reply();
   else

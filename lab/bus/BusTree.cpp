@@ -99,6 +99,13 @@ void BusTree::publishChanges(const QString& path) {
   }
 }
 
+void BusTree::announce(const QString& path, const QString& interface, const QString& property) {
+  const auto found = objects_.find(path);
+  if (found == objects_.end()) return;
+  const QVariantMap changed{{property, found->announced.value(interface).value(property)}};
+  sendSignal(path, propertiesInterface, u"PropertiesChanged"_s, {interface, changed, QStringList{}});
+}
+
 QString BusTree::introspect(const QString& path) const {
   QString xml;
   if (path == u"/"_s) xml += QLatin1String(objectManagerXml);

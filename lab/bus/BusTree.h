@@ -36,6 +36,9 @@ class BusTree : public QDBusVirtualObject {
   /// Announces the properties that differ from those announced last.
   void publishChanges(const QString& path);
 
+  /// Announces a property as if it had changed, though it is as before: it changed back too soon for anybody to see.
+  void announce(const QString& path, const QString& interface, const QString& property);
+
   void sendSignal(const QString& path, const QString& interface, const QString& member,
                   const QVariantList& values = {});
 

@@ -1,4 +1,5 @@
 """The pairing agent of a desktop."""
+import dbus
 import dbus.service
 
 from bluez import AGENT_MANAGER
@@ -7,21 +8,27 @@ AGENT = "org.bluez.Agent1"
 
 
 class DesktopAgent(dbus.service.Object):
-    """Says yes to everything and notes what it was asked."""
+    """Says yes to everything, or no, and notes what it was asked."""
 
     PATH = "/vm/agent"
 
     def __init__(self, bus):
         super().__init__(bus, self.PATH)
         self.asked = []
+        self.refuses = False
+
+    def _answer(self, question, device):
+        self.asked.append((question, str(device)))
+        if self.refuses:
+            raise dbus.DBusException("no", name="org.bluez.Error.Rejected")
 
     @dbus.service.method(AGENT, "o")
     def RequestAuthorization(self, device):
-        self.asked.append(("RequestAuthorization", str(device)))
+        self._answer("RequestAuthorization", device)
 
     @dbus.service.method(AGENT, "ou")
     def RequestConfirmation(self, device, _):
-        self.asked.append(("RequestConfirmation", str(device)))
+        self._answer("RequestConfirmation", device)
 
     @dbus.service.method(AGENT, "os")
     def AuthorizeService(self, device, _):

@@ -39,23 +39,27 @@ def test_the_default_agent_is_not_disturbed(world):
         withdraw(world, agent)
 
 
+def refuse_a_stranger(world, behaviour):
+    """The desktop's agent is asked, as always, and says no; ours has no say in it. (Without any default agent the kernel
+    lets strangers in by itself, whether or not we are there.)"""
+    agent = register(world)
+    agent.refuses = True
+    try:
+        let_strangers_in(world)
+        worker = begin_connecting(world, behaviour)
+        outcome = stranger_asks_to_pair(world)
+        worker.kill()
+        stranger = device_path(world.adapter, world.stranger.address)
+        assert outcome and outcome.startswith(REFUSALS), f"{outcome}, the agent was asked {agent.asked}"
+        assert not is_stranger_bonded(world), "the stranger is bonded"
+        assert ("RequestAuthorization", stranger) in agent.asked, agent.asked
+    finally:
+        withdraw(world, agent)
+
+
 def test_a_stranger_is_refused_during_a_pairing(world):
-    let_strangers_in(world)
-    worker = begin_connecting(world, "hangs-on-pair")
-    outcome = stranger_asks_to_pair(world)
-    assert outcome and outcome.startswith(REFUSALS), outcome
-    assert not is_stranger_bonded(world)
-    worker.kill()
-    world.keyboard.behave("normal")
-    assert world.worker("connect", world.keyboard.address).status == 0
+    refuse_a_stranger(world, "hangs-on-pair")
 
 
 def test_a_stranger_is_refused_during_a_connection(world):
-    let_strangers_in(world)
-    worker = begin_connecting(world, "hangs-on-connect")
-    outcome = stranger_asks_to_pair(world)
-    worker.kill()
-    assert outcome and outcome.startswith(REFUSALS), outcome
-    assert not is_stranger_bonded(world)
-
-
+    refuse_a_stranger(world, "hangs-on-connect")
