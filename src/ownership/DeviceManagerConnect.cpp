@@ -11,7 +11,7 @@ namespace {
 constexpr Logger logger("DeviceManager");
 
 bool isNothingToConnect(DeviceManager::ConnectionStatus status, bool connectMissing) {
-  using enum DeviceManager::ConnectionStatus;
+  using enum BluetoothPeripheralStore::ConnectionStatus;
   return status == allConnected || (status == partial && !connectMissing);
 }
 

@@ -147,15 +147,20 @@ def run_all(bench, kernel, names):
     return passed, failed
 
 
+def absolute(path):
+    """The machines see this computer's files under the same names, but have another working directory."""
+    return pathlib.Path(path).resolve()
+
+
 def parse(arguments):
     build = cache.PROJECT / "build/dev/src"
     parser = argparse.ArgumentParser(prog="scripts/vm-test")
     parser.add_argument("names", nargs="*")
     parser.add_argument("--shell", action="store_true")
     parser.add_argument("--list", action="store_true")
-    parser.add_argument("--zolvex", type=pathlib.Path, default=build / "app/zolvex")
-    parser.add_argument("--lab", type=pathlib.Path, default=cache.PROJECT / "build/dev/lab/zolvex-lab")
-    parser.add_argument("--zolvexctl", type=pathlib.Path, default=build / "control/zolvexctl")
+    parser.add_argument("--zolvex", type=absolute, default=build / "app/zolvex")
+    parser.add_argument("--lab", type=absolute, default=cache.PROJECT / "build/dev/lab/zolvex-lab")
+    parser.add_argument("--zolvexctl", type=absolute, default=build / "control/zolvexctl")
     return parser.parse_args(arguments)
 
 
