@@ -34,20 +34,13 @@ class HostileInputTest : public test::ListenerFixture {
 
   ~HostileInputTest() override { EXPECT_LT(residentMemory(), memoryBefore_ + tolerableGrowth); }
 
-  /// Every request is answered. A busy machine may hold up one of them, but not three in a row.
   void expectGoodServiceToOthers() {
-    auto fastest = timeOfRequest();
-    for (int i = 1; i < 3 && fastest >= soon; ++i) fastest = std::min(fastest, timeOfRequest());
-    EXPECT_LT(fastest, soon);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(ask(port(), healthCheckFrame), successFrame);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, soon);
   }
 
  private:
-  std::chrono::steady_clock::duration timeOfRequest() {
-    const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(ask(port(), healthCheckFrame), successFrame);
-    return std::chrono::steady_clock::now() - begin;
-  }
-
   const std::size_t memoryBefore_ = residentMemory();
 };
 
