@@ -23,9 +23,8 @@ QVariant pathValue(const QString& path) {
 
 /// What is wrong with the arguments of an Inhibit; empty when nothing is.
 QString complaintAbout(const Inhibitor& wanted) {
-  if (!Inhibitors::isKnown(wanted.what)) return u"Invalid what specification %1"_s.arg(wanted.what);
-  if (wanted.mode != u"block"_s && wanted.mode != u"delay"_s)
-    return u"Invalid mode specification %1"_s.arg(wanted.mode);
+  if (!Inhibitors::isKnown(wanted.what)) return u"Invalid what %1"_s.arg(wanted.what);
+  if (wanted.mode != u"block"_s && wanted.mode != u"delay"_s) return u"Invalid mode %1"_s.arg(wanted.mode);
   for (const auto& word : wanted.what.split(u':'))
     if (wanted.mode == u"delay"_s && word != u"sleep"_s && word != u"shutdown"_s)
       return u"Delay inhibitors only supported for shutdown and sleep"_s;
