@@ -10,8 +10,8 @@ function(zolvex_module name)
 endfunction()
 
 # zolvex_test(NAME SOURCES file... [USES library...] [LABELS label...] [TIMEOUT seconds])
-# One GoogleTest program, test-NAME; each of its tests is a ctest test of its own. The target unit-tests builds all
-# programs with the label "unit".
+# One GoogleTest program, test-NAME; each of its tests is a ctest test of its own. The target LABEL-tests builds all
+# programs with that label. What may take long is started first, so that nothing is left to wait for alone.
 function(zolvex_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
   set(target test-${name})
@@ -24,13 +24,13 @@ function(zolvex_test name)
   add_executable(${target} ${ARG_SOURCES})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${target} PRIVATE ${ARG_USES} zolvex-test-support zolvex-warnings GTest::gmock)
-  if(unit IN_LIST ARG_LABELS)
-    if(NOT TARGET unit-tests)
-      add_custom_target(unit-tests)
+  foreach(label IN LISTS ARG_LABELS)
+    if(NOT TARGET ${label}-tests)
+      add_custom_target(${label}-tests)
     endif()
-    add_dependencies(unit-tests ${target})
-  endif()
+    add_dependencies(${label}-tests ${target})
+  endforeach()
   include(GoogleTest)
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${name}: " DISCOVERY_TIMEOUT 60
-                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT} COST ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()

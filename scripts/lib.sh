@@ -28,6 +28,9 @@ print_help() { sed -n '2,/^[^#]/{s/^# \{0,1\}//p}' "$0"; }
 # How many things to do at once.
 jobs_count() { echo "${ZOLVEX_JOBS:-$(nproc)}"; }
 
+# How many tests to run at once: most of their time they wait for something.
+test_jobs_count() { echo $((3 * $(jobs_count))); }
+
 # packages_of GROUP...: the names in these groups of packaging/debian-packages.
 packages_of() {
   awk -v wanted=" $* " '
@@ -98,7 +101,10 @@ build_preset() {
   local preset=$1 arguments=()
   shift
   [[ $# -eq 0 ]] || arguments=(--target "$@")
-  if command -v ccache >/dev/null; then export CMAKE_CXX_COMPILER_LAUNCHER=ccache; fi
+  # Without directories in its keys, a file that another preset or checkout compiles alike is taken from there.
+  if command -v ccache >/dev/null; then
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1 CCACHE_BASEDIR=$root
+  fi
   step "Building (preset $preset, in build/$preset)"
   cmake --preset "$preset" >"$(log_file "configure-$preset")" 2>&1 || {
     cat "$(log_file "configure-$preset")" >&2

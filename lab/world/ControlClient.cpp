@@ -3,6 +3,7 @@
 #include <QDBusArgument>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusVariant>
 
 namespace zolvex::lab {
 
@@ -16,6 +17,7 @@ const auto controlInterface = u"quenmar.zolvex.app.Control"_s;
 const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 const auto busService = u"org.freedesktop.DBus"_s;
 const auto devicesProperty = u"Devices"_s;
+const auto switchingProperty = u"IsSwitching"_s;
 
 /// Number of connected devices in a value of type a(ssb).
 int countConnected(const QVariant& devices) {
@@ -73,8 +75,25 @@ void ControlClient::readAll() {
 void ControlClient::onPropertiesChanged(const QString& interface, const QVariantMap& changedValues,
                                         const QStringList& invalidated) {
   if (interface != controlInterface) return;
-  take(changedValues);
+  auto values = changedValues;
+  // Between the two passes of a connection it is false for a moment, which only a fresh look tells from the end.
+  if (values.contains(switchingProperty) && !values.take(switchingProperty).toBool())
+    lookWhetherSwitching();
+  else
+    values = changedValues;
+  take(values);
   if (!invalidated.isEmpty()) readAll();
+}
+
+void ControlClient::lookWhetherSwitching() {
+  auto message = QDBusMessage::createMethodCall(service, objectPath, propertiesInterface, u"Get"_s);
+  message.setArguments({controlInterface, switchingProperty});
+  auto* watcher = new QDBusPendingCallWatcher(connection_.asyncCall(message), this);
+  connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+    watcher->deleteLater();
+    const QDBusPendingReply<QDBusVariant> reply = *watcher;
+    if (!reply.isError()) take({{switchingProperty, reply.value().variant()}});
+  });
 }
 
 void ControlClient::take(const QVariantMap& values) {

@@ -43,6 +43,7 @@ class ControlClient : public QObject {
 
  private:
   void readAll();
+  void lookWhetherSwitching();
   void take(const QVariantMap& values);
   void call(const QString& member, const QVariantList& arguments = {});
   QString text(const char* property) const { return properties_.value(QLatin1String(property)).toString(); }

@@ -113,6 +113,7 @@ TEST_F(LabProgram, onlyWorldThatRunsNeedsNoName) {
   const auto script =
       uR"(lab=%1 log=$TMPDIR/log
 $lab ctl Laptop lock
+: > $log
 $lab run --zolvex %2 > $log < /dev/null & world=$!
 until grep -q 'The world stays' $log; do kill -0 $world || exit 1; sleep 0.05; done
 $lab ctl Laptop lock
