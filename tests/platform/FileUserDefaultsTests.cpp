@@ -4,11 +4,32 @@
 #include <QJsonArray>
 #include <QSaveFile>
 
+#include <functional>
+#include <utility>
+
 namespace zolvex::test {
 namespace {
 
 using FileUserDefaultsTest = SettingsFileTest;
 using namespace Qt::Literals::StringLiterals;
+
+/// Counts what is put off, and with that what wakes the program up later.
+class CountingQueue final : public MainQueue {
+ public:
+  explicit CountingQueue(MainQueue& queue) : queue_(queue) {}
+  Date now() const override { return queue_.now(); }
+  void async(std::function<void()> work) override { queue_.async(std::move(work)); }
+  WorkItem after(Seconds delay, std::function<void()> work) override {
+    ++putOff;
+    return queue_.after(delay, std::move(work));
+  }
+  bool isCurrent() const override { return queue_.isCurrent(); }
+
+  int putOff = 0;
+
+ private:
+  MainQueue& queue_;
+};
 
 TEST_F(FileUserDefaultsTest, aFreshInstallationHasNoSettingsAndMakesNoFile) {
   open();
@@ -107,6 +128,25 @@ TEST_F(FileUserDefaultsTest, doesNotTakeItsOwnWriteForAChangeByAnother) {
   EXPECT_FALSE(runUntil([&] { return changes > 1; }, std::chrono::milliseconds(500)));
 }
 
+TEST_F(FileUserDefaultsTest, aChangeLeavesNothingToBeDoneLater) {
+  CountingQueue counting(queue);
+  FileUserDefaults changing(counting, path().toStdString());
+  changing.set("key", true);
+  changing.note("key", false);
+  EXPECT_FALSE(runUntil([&] { return counting.putOff > 0; }, std::chrono::milliseconds(300)));
+  writeFile(R"({"key": 5})");
+  EXPECT_TRUE(runUntil([&] { return counting.putOff > 0; })) << "by another there is something to be looked at";
+}
+
+TEST_F(FileUserDefaultsTest, noticesWhatIsWrittenAfterTheSameAgain) {
+  writeFile(R"({"key": 1})");
+  open();
+  writeFile(R"({"key": 1})");
+  EXPECT_FALSE(runUntil([&] { return changes > 0; }, std::chrono::milliseconds(300)));
+  writeFile(R"({"key": 2})");
+  EXPECT_TRUE(runUntil([&] { return defaults->number("key") == 2; }));
+}
+
 TEST_F(FileUserDefaultsTest, noticesAFileWrittenInPlace) {
   writeFile(R"({"key": 1})");
   open();
@@ -202,6 +242,14 @@ TEST_F(FileUserDefaultsTest, aFloodOfChangesSharesWritesAndLosesNothing) {
   EXPECT_EQ(changes, 100);
   EXPECT_EQ(json()[u"key"_s], FileUserDefaults::writesPerPeriod);
   ASSERT_TRUE(runUntil([&] { return json()[u"key"_s] == 100; }));
+}
+
+TEST_F(FileUserDefaultsTest, afterAFloodChangesAreWrittenAtOnceAgain) {
+  open();
+  for (int i = 1; i <= 100; ++i) defaults->set("key", static_cast<double>(i));
+  ASSERT_TRUE(runUntil([&] { return json()[u"key"_s] == 100; }));
+  defaults->set("key", 101.0);
+  EXPECT_EQ(json()[u"key"_s], 101);
 }
 
 TEST_F(FileUserDefaultsTest, whatIsNotWrittenYetIsWrittenAtTheEnd) {

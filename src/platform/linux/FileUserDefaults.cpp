@@ -62,15 +62,25 @@ void FileUserDefaults::change(const QString& key, const QJsonValue& value, By by
   unsaved_.insert(key, value);
   if (by == By::user) hasUserChange_ = true;
   inForce_ = withUnsaved(std::move(inForce_));
-  if (writesInPeriod_ < writesPerPeriod)
+  if (mayWriteNow())
     write();
-  else
-    isWriteDue_ = true;
+  else if (!rest_)
+    rest_ = mainQueue_.after(periodEnd_ - Clock::now(), [this] { writeTheRest(); });
   changed.emit();
 }
 
+/// A period begins with its first write, and nobody is woken up at its end unless there is something left to write.
+bool FileUserDefaults::mayWriteNow() {
+  if (rest_) return false;
+  const auto now = Clock::now();
+  if (now >= periodEnd_) {
+    periodEnd_ = now + std::chrono::duration_cast<Clock::duration>(writePeriod);
+    writesInPeriod_ = 0;
+  }
+  return writesInPeriod_++ < writesPerPeriod;
+}
+
 void FileUserDefaults::write() {
-  if (writesInPeriod_++ == 0) period_ = mainQueue_.after(writePeriod, [this] { periodEnded(); });
   const auto lock = file_.lock();
   auto found = file_.read();
   if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found); unusable && !makeRoom(*unusable)) return;
@@ -104,9 +114,8 @@ void FileUserDefaults::written(const FileFailure& failure) {
   tellMistyped();
 }
 
-void FileUserDefaults::periodEnded() {
-  writesInPeriod_ = 0;
-  if (!std::exchange(isWriteDue_, false)) return;
+void FileUserDefaults::writeTheRest() {
+  rest_.reset();
   const auto before = inForce_;
   write();
   if (inForce_ != before) changed.emit();
@@ -126,10 +135,20 @@ void FileUserDefaults::watch() {
 
 void FileUserDefaults::somethingMoved() {
   watch();
+  if (!settle_ && holdsWhatIsInForce()) return;  // mostly it was this object that has written
   settle_ = mainQueue_.after(settleTime, [this] { lookAgain(); });
 }
 
+/// Whatever is written later is told again, so that nothing is missed.
+bool FileUserDefaults::holdsWhatIsInForce() const {
+  if (!isUsable_ || !unsaved_.isEmpty()) return false;
+  const auto found = file_.read();
+  const auto* settings = std::get_if<QJsonObject>(&found);
+  return settings && *settings == inForce_;
+}
+
 void FileUserDefaults::lookAgain() {
+  settle_.reset();
   auto found = file_.read();
   if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found)) return tellUnusable(*unusable);
   auto* settings = std::get_if<QJsonObject>(&found);

@@ -8,6 +8,8 @@
 #include <QJsonObject>
 #include <QMap>
 
+#include <chrono>
+#include <optional>
 #include <string>
 
 namespace zolvex {
@@ -49,14 +51,18 @@ class FileUserDefaults final : public UserDefaults {
  private:
   enum class By { user, program };
 
+  using Clock = std::chrono::steady_clock;
+
   void change(const QString& key, const QJsonValue& value, By by);
+  bool mayWriteNow();
   void write();
   bool makeRoom(const SettingsFile::Unusable& found);
   void written(const FileFailure& failure);
-  void periodEnded();
+  void writeTheRest();
 
   void watch();
   void somethingMoved();
+  bool holdsWhatIsInForce() const;
   void lookAgain();
   void adopt(QJsonObject found);
 
@@ -73,10 +79,10 @@ class FileUserDefaults final : public UserDefaults {
   FileFailure failure_;                // of the last attempt to write
   bool isWatchFailing_ = false;
   std::string mistyped_;  // keys last told of
+  Clock::time_point periodEnd_{};
   int writesInPeriod_ = 0;
-  bool isWriteDue_ = false;  // at the end of the period
-  WorkItem period_;
-  WorkItem settle_;
+  std::optional<WorkItem> rest_;    // while changes wait for the end of the period
+  std::optional<WorkItem> settle_;  // while the file is to be looked at
   QFileSystemWatcher watcher_;
 };
 
