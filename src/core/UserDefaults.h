@@ -36,6 +36,10 @@ class UserDefaults {
   /// read, so that somebody has to mend it, a note alone does not replace it: it counts in this run.
   virtual void note(std::string_view key, DefaultsValue value) { set(key, std::move(value)); }
 
+  /// As note(), of what changes all the time. What is persisted may stay behind for a while; it follows with the next
+  /// change of another kind, and at the end of the program at the latest.
+  virtual void noteEventually(std::string_view key, DefaultsValue value) { note(key, std::move(value)); }
+
   /// Removes the persisted value, if there is one; observers of `changed` are told.
   virtual void remove(std::string_view key) = 0;
 

@@ -31,6 +31,11 @@ void setReachability(NetworkDevice& device, bool reachable, Date now) {
   device.lastReachableAt = reachable ? std::optional(now) : std::nullopt;
 }
 
+/// Whether more than the time of the verdict is new.
+bool isNews(const NetworkDevice& before, bool reachable, Date now) {
+  return before.isActive != reachable || NetworkDeviceStore::isReachable(before, now) != reachable;
+}
+
 }  // namespace
 
 NetworkDeviceStore::NetworkDeviceStore(MainQueue& mainQueue, UserDefaults& defaults, Transports transports)
@@ -246,6 +251,10 @@ void NetworkDeviceStore::noteDown() {
   if (auto encoded = encodedDevices()) defaults_.note(settings::networkDevices, *std::move(encoded));
 }
 
+void NetworkDeviceStore::noteDownEventually() {
+  if (auto encoded = encodedDevices()) defaults_.noteEventually(settings::networkDevices, *std::move(encoded));
+}
+
 std::optional<std::string> NetworkDeviceStore::encodedDevices() const {
   auto encoded = encodeNetworkDevices(networkDevices());
   if (!encoded) logger.error("Failed to save network devices: {}", "a text is not UTF-8");
@@ -288,15 +297,17 @@ void NetworkDeviceStore::checkHealth() {
 
 void NetworkDeviceStore::markReachability(const std::string& id, bool reachable, bool persist) {
   const auto now = mainQueue_.now();
-  const auto mark = [&](Published<std::vector<NetworkDevice>>& list) {
+  const auto mark = [&](Published<std::vector<NetworkDevice>>& list) -> std::optional<NetworkDevice> {
     auto devices = list.value();
     const auto found = std::find_if(devices.begin(), devices.end(), withId(id));
-    if (found == devices.end()) return false;
+    if (found == devices.end()) return std::nullopt;
+    const auto before = *found;
     setReachability(*found, reachable, now);
     list = std::move(devices);
-    return true;
+    return before;
   };
-  if (mark(networkDevices_) && persist) noteDown();
+  const auto before = mark(networkDevices_);
+  if (before && persist) isNews(*before, reachable, now) ? noteDown() : noteDownEventually();
   mark(discoveredNetworkDevices_);
 }
 

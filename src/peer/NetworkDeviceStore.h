@@ -80,6 +80,7 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   void load();
   void save();      // what the user changed
   void noteDown();  // what was learnt of the peer
+  void noteDownEventually();
   std::optional<std::string> encodedDevices() const;
   void startTransport();
   void stopTransport();

@@ -48,6 +48,23 @@ TEST_F(NetworkDeviceStoreTest, aSuccessfulReplyMarksThePeerReachable) {
   EXPECT_EQ(saved(), world.network().networkDevices());
 }
 
+TEST_F(NetworkDeviceStoreTest, aVerdictIsPersistedAtOnceAndThatItStillHoldsEventually) {
+  world.peer.receive("HEALTH_CHECK");
+  EXPECT_EQ(world.defaults.notedEventually, 0);
+  world.advance(Seconds(44.0));
+  world.peer.receive("HEALTH_CHECK");
+  EXPECT_EQ(world.defaults.notedEventually, 1 + 3) << "and three checks of our own";
+  EXPECT_EQ(saved(), world.network().networkDevices());
+  world.peer.answer = PeerReply::failed("timeout");
+  world.advance(Seconds(60.0));
+  EXPECT_FALSE(world.network().isPeerReachable());
+  world.peer.receive("HEALTH_CHECK");
+  send(pleaseRelease);
+  world.advance(1s);
+  EXPECT_EQ(world.defaults.notedEventually, 4) << "both were news";
+  EXPECT_EQ(saved(), world.network().networkDevices());
+}
+
 TEST_F(NetworkDeviceStoreTest, aFailedCommandMarksThePeerUnreachableAtOnce) {
   send(pleaseRelease);
   world.advance(1s);

@@ -21,11 +21,17 @@ class CountingQueue final : public MainQueue {
   void async(std::function<void()> work) override { queue_.async(std::move(work)); }
   WorkItem after(Seconds delay, std::function<void()> work) override {
     ++putOff;
+    last = {delay, work};
     return queue_.after(delay, std::move(work));
   }
   bool isCurrent() const override { return queue_.isCurrent(); }
 
+  struct Delayed {
+    Seconds delay{};
+    std::function<void()> work;
+  };
   int putOff = 0;
+  Delayed last;
 
  private:
   MainQueue& queue_;
@@ -250,6 +256,37 @@ TEST_F(FileUserDefaultsTest, afterAFloodChangesAreWrittenAtOnceAgain) {
   ASSERT_TRUE(runUntil([&] { return json()[u"key"_s] == 100; }));
   defaults->set("key", 101.0);
   EXPECT_EQ(json()[u"key"_s], 101);
+}
+
+TEST_F(FileUserDefaultsTest, whatIsNotedEventuallyCountsAtOnceAndIsWrittenWithTheNextChange) {
+  open();
+  defaults->set("key", 1.0);
+  defaults->noteEventually("heard", 1.0);
+  defaults->noteEventually("heard", 2.0);
+  EXPECT_EQ(defaults->number("heard"), 2);
+  EXPECT_EQ(changes, 3);
+  EXPECT_EQ(json(), (QJsonObject{{u"key"_s, 1}}));
+  defaults->set("key", 2.0);
+  EXPECT_EQ(json(), (QJsonObject{{u"key"_s, 2}, {u"heard"_s, 2}}));
+}
+
+TEST_F(FileUserDefaultsTest, whatIsNotedEventuallyIsWrittenOnItsOwnBeforeLong) {
+  CountingQueue counting(queue);
+  FileUserDefaults noting(counting, path().toStdString());
+  noting.noteEventually("heard", 1.0);
+  noting.noteEventually("heard", 2.0);
+  EXPECT_EQ(counting.putOff, 1);
+  EXPECT_EQ(counting.last.delay, FileUserDefaults::eventually);
+  EXPECT_FALSE(QFile::exists(path()));
+  counting.last.work();
+  EXPECT_EQ(json(), (QJsonObject{{u"heard"_s, 2}}));
+}
+
+TEST_F(FileUserDefaultsTest, whatIsNotedEventuallyIsWrittenAtTheEnd) {
+  open();
+  defaults->noteEventually("heard", 1.0);
+  defaults.reset();
+  EXPECT_EQ(json(), (QJsonObject{{u"heard"_s, 1}}));
 }
 
 TEST_F(FileUserDefaultsTest, whatIsNotWrittenYetIsWrittenAtTheEnd) {

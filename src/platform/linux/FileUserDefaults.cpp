@@ -54,24 +54,30 @@ void FileUserDefaults::note(std::string_view key, DefaultsValue value) {
   change(qString(key), settingsFormat::toJson(value), By::program);
 }
 
+void FileUserDefaults::noteEventually(std::string_view key, DefaultsValue value) {
+  keep(qString(key), settingsFormat::toJson(value));
+  if (!rest_) writeTheRestAfter(eventually);
+  changed.emit();
+}
+
 void FileUserDefaults::remove(std::string_view key) {
   if (inForce_.contains(qString(key))) change(qString(key), QJsonValue::Undefined, By::user);
 }
 
 void FileUserDefaults::change(const QString& key, const QJsonValue& value, By by) {
-  unsaved_.insert(key, value);
   if (by == By::user) hasUserChange_ = true;
-  inForce_ = withUnsaved(std::move(inForce_));
-  if (mayWriteNow())
-    write();
-  else if (!rest_)
-    rest_ = mainQueue_.after(periodEnd_ - Clock::now(), [this] { writeTheRest(); });
+  keep(key, value);
+  mayWriteNow() ? write() : writeTheRestAfter(periodEnd_ - Clock::now());
   changed.emit();
+}
+
+void FileUserDefaults::keep(const QString& key, const QJsonValue& value) {
+  unsaved_.insert(key, value);
+  inForce_ = withUnsaved(std::move(inForce_));
 }
 
 /// A period begins with its first write, and nobody is woken up at its end unless there is something left to write.
 bool FileUserDefaults::mayWriteNow() {
-  if (rest_) return false;
   const auto now = Clock::now();
   if (now >= periodEnd_) {
     periodEnd_ = now + std::chrono::duration_cast<Clock::duration>(writePeriod);
@@ -111,14 +117,17 @@ void FileUserDefaults::written(const FileFailure& failure) {
   isUsable_ = true;
   hasUserChange_ = false;
   unsaved_.clear();
+  rest_.reset();
   tellMistyped();
 }
 
-void FileUserDefaults::writeTheRest() {
-  rest_.reset();
-  const auto before = inForce_;
-  write();
-  if (inForce_ != before) changed.emit();
+void FileUserDefaults::writeTheRestAfter(Seconds delay) {
+  rest_ = mainQueue_.after(delay, [this] {
+    rest_.reset();
+    const auto before = inForce_;
+    write();
+    if (inForce_ != before) changed.emit();
+  });
 }
 
 void FileUserDefaults::watch() {

@@ -31,6 +31,9 @@ class FileUserDefaults final : public UserDefaults {
   static constexpr int writesPerPeriod = 16;
   static constexpr Seconds writePeriod{0.5};
 
+  /// What is noted eventually is written no later than this. Each write costs the disk several waits.
+  static constexpr Seconds eventually{45.0};
+
   /// Makes the file's directory (mode 0700) when it is missing.
   FileUserDefaults(MainQueue& mainQueue, std::string path);
   ~FileUserDefaults() override;
@@ -45,6 +48,7 @@ class FileUserDefaults final : public UserDefaults {
   std::optional<DefaultsValue> stored(std::string_view key) const override;
   void set(std::string_view key, DefaultsValue value) override;
   void note(std::string_view key, DefaultsValue value) override;
+  void noteEventually(std::string_view key, DefaultsValue value) override;
   void remove(std::string_view key) override;
   std::optional<std::string> persistenceProblem() const override { return failure_; }
 
@@ -54,11 +58,12 @@ class FileUserDefaults final : public UserDefaults {
   using Clock = std::chrono::steady_clock;
 
   void change(const QString& key, const QJsonValue& value, By by);
+  void keep(const QString& key, const QJsonValue& value);
   bool mayWriteNow();
   void write();
   bool makeRoom(const SettingsFile::Unusable& found);
   void written(const FileFailure& failure);
-  void writeTheRest();
+  void writeTheRestAfter(Seconds delay);
 
   void watch();
   void somethingMoved();
@@ -81,7 +86,7 @@ class FileUserDefaults final : public UserDefaults {
   std::string mistyped_;  // keys last told of
   Clock::time_point periodEnd_{};
   int writesInPeriod_ = 0;
-  std::optional<WorkItem> rest_;    // while changes wait for the end of the period
+  std::optional<WorkItem> rest_;    // while changes wait to be written
   std::optional<WorkItem> settle_;  // while the file is to be looked at
   QFileSystemWatcher watcher_;
 };
