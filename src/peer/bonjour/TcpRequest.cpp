@@ -8,7 +8,7 @@
 #include <asio/post.hpp>
 #include <asio/write.hpp>
 
-#include <chrono>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -30,7 +30,11 @@ PeerReply replyFromEndlessText(std::string_view text) {
 void TcpRequest::send(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
                       Completion completion, Seconds limit) {
   auto request = std::make_shared<TcpRequest>(network, mainQueue, std::move(target), command, std::move(completion));
-  asio::post(network.connectionQueue(), [request = std::move(request), limit] { request->start(limit); });
+  request->timeout_ = mainQueue.after(limit, [weak = std::weak_ptr(request)] {
+    const auto self = weak.lock();
+    if (self) asio::post(self->socket_.get_executor(), [self] { self->limitReached(); });
+  });
+  asio::post(network.connectionQueue(), [request = std::move(request)] { request->connect(); });
 }
 
 TcpRequest::TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
@@ -40,18 +44,10 @@ TcpRequest::TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target targ
       command_(command),
       frame_(frameOf(command)),
       completion_(std::move(completion)),
-      socket_(network.connectionQueue()),
-      timeout_(network.connectionQueue()) {}
-
-void TcpRequest::start(Seconds limit) {
-  timeout_.expires_after(std::chrono::ceil<asio::steady_timer::duration>(limit));
-  timeout_.async_wait([self = shared_from_this()](asio::error_code error) {
-    if (!error && !self->isCompleted_) self->limitReached();
-  });
-  connect();
-}
+      socket_(network.connectionQueue()) {}
 
 void TcpRequest::limitReached() {
+  if (isCompleted_) return;
   logger.error("Command {} timed out", rawValueOf(command_));
   complete(PeerReply::failed("timeout"));
 }
@@ -117,10 +113,11 @@ void TcpRequest::connectionEnded() {
 
 void TcpRequest::complete(PeerReply reply) {
   isCompleted_ = true;
-  timeout_.cancel();
   asio::error_code ignored;
   socket_.close(ignored);
-  mainQueue_.async([completion = std::exchange(completion_, nullptr), reply = std::move(reply)] { completion(reply); });
+  // The time-out goes along, because it can be taken back there only.
+  mainQueue_.async([timeout = std::make_shared<WorkItem>(std::move(timeout_)),
+                    completion = std::exchange(completion_, nullptr), reply = std::move(reply)] { completion(reply); });
 }
 
 }  // namespace zolvex

@@ -7,7 +7,6 @@
 #include "peer/bonjour/NetworkThread.h"
 
 #include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
 
 #include <array>
 #include <cstdint>
@@ -21,7 +20,8 @@ namespace zolvex {
 /// One request to a peer over a connection of its own: connect, send the frame, half-close, read one reply frame.
 /// Reply, failure and time-out race; the first one completes the request and closes the connection, the others find
 /// it done. Owned by its own pending steps. Runs on the connection queue; the completion runs on the main queue, once,
-/// or never when the network thread or the main queue ends first.
+/// or never when the network thread or the main queue ends first. The time-out waits on the main queue, too, where
+/// taking it back wakes nobody: the network thread would be woken up at its hour all the same.
 class TcpRequest : public std::enable_shared_from_this<TcpRequest> {
  public:
   using Completion = std::function<void(const PeerReply&)>;
@@ -39,7 +39,6 @@ class TcpRequest : public std::enable_shared_from_this<TcpRequest> {
   TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command, Completion completion);
 
  private:
-  void start(Seconds limit);
   void limitReached();
   void connect();
   void connected();
@@ -57,7 +56,7 @@ class TcpRequest : public std::enable_shared_from_this<TcpRequest> {
   Completion completion_;
   bool isCompleted_ = false;
   asio::ip::tcp::socket socket_;
-  asio::steady_timer timeout_;
+  WorkItem timeout_;
   FrameReader reader_;
   std::array<char, peerProtocol::maximumReadLength> bytes_;
 };
