@@ -58,7 +58,8 @@ QString operationName(const DeviceManager& manager) {
 ControlState::ControlState(const Controlled& controlled)
     : use_(controlled),
       toldOperation_(operationName(controlled.deviceManager)),
-      toldTransportMode_(qString(controlled.networkStore.transportMode())) {
+      toldTransportMode_(qString(controlled.networkStore.transportMode())),
+      toldReachable_(controlled.networkStore.isPeerReachable()) {
   registerTypes();
   observeOwnership();
   observePeers();
@@ -109,7 +110,8 @@ void ControlState::observePeers() {
 void ControlState::tellRegistered(const Peers& peers) {
   const auto now = use_.mainQueue.now();
   assigned.emit(u"RegisteredPeers"_s, peerRows(peers, now));
-  assigned.emit(u"PeerReachable"_s, isFirstReachable(peers, now));
+  const bool isReachable = isFirstReachable(peers, now);
+  if (std::exchange(toldReachable_, isReachable) != isReachable) assigned.emit(u"PeerReachable"_s, isReachable);
   registeredExpiry_ = tellAgain(peers, [this](const Peers& still) { tellRegistered(still); });
 }
 

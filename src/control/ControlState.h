@@ -12,7 +12,8 @@
 
 namespace zolvex::control {
 
-/// The properties of the control interface: their values now, and word of every assignment of one. Main thread.
+/// The properties of the control interface: their values now, and word of every assignment of one, or of every change
+/// of one that is derived from others. Main thread.
 class ControlState {
  public:
   explicit ControlState(const Controlled& controlled);
@@ -23,7 +24,7 @@ class ControlState {
   /// An invalid value when there is no such property.
   QVariant value(const QString& name) const { return all().value(name); }
 
-  /// Told of each assignment, with the value that was assigned and is about to take effect.
+  /// Told with the value that was assigned and is about to take effect.
   Signal<const QString&, const QVariant&> assigned;
 
  private:
@@ -39,6 +40,7 @@ class ControlState {
   Controlled use_;
   QString toldOperation_;
   QString toldTransportMode_;
+  bool toldReachable_;
   WorkItem registeredExpiry_;
   WorkItem discoveredExpiry_;
   std::vector<Subscription> subscriptions_;
