@@ -9,11 +9,12 @@ function(zolvex_module name)
   target_link_libraries(${target} PUBLIC ${ARG_USES} PRIVATE zolvex-warnings)
 endfunction()
 
-# zolvex_test(NAME SOURCES file... [USES library...] [LABELS label...] [TIMEOUT seconds])
+# zolvex_test(NAME SOURCES file... [USES library...] [LABELS label...] [TIMEOUT seconds] [SERIAL])
 # One GoogleTest program, test-NAME; each of its tests is a ctest test of its own. The target LABEL-tests builds all
 # programs with that label. What may take long is started first, so that nothing is left to wait for alone.
+# SERIAL: no other test runs beside these, because they measure time.
 function(zolvex_test name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
   set(target test-${name})
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
@@ -32,5 +33,6 @@ function(zolvex_test name)
   endforeach()
   include(GoogleTest)
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${name}: " DISCOVERY_TIMEOUT 60
-                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT} COST ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT} COST ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}"
+                                  RUN_SERIAL ${ARG_SERIAL})
 endfunction()

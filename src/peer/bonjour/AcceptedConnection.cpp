@@ -31,8 +31,15 @@ void AcceptedConnection::start() {
   asio::error_code error;
   socket_.non_blocking(true, error);
   if (error) return close();
+  takeWhatHasCome();
+  if (phase_ != Phase::reading) return;
   limitPhase(surroundings_->limits.frame);
   awaitFrame();
+}
+
+bool AcceptedConnection::isBeingAnswered() {
+  if (phase_ == Phase::reading) takeWhatHasCome();
+  return phase_ == Phase::answering;
 }
 
 void AcceptedConnection::close() {
@@ -63,26 +70,23 @@ void AcceptedConnection::limitReached() {
 void AcceptedConnection::awaitFrame() {
   socket_.async_wait(asio::ip::tcp::socket::wait_read, [self = shared_from_this()](asio::error_code error) {
     if (self->phase_ != Phase::reading) return;
-    error ? self->close() : self->readFrame();
+    error ? self->close() : self->takeWhatHasCome();
+    if (self->phase_ == Phase::reading) self->awaitFrame();
   });
 }
 
-void AcceptedConnection::readFrame() {
+void AcceptedConnection::takeWhatHasCome() {
   Bytes bytes;
   asio::error_code error;
   const auto count = socket_.read_some(asio::buffer(bytes), error);
-  if (error == asio::error::would_block) return awaitFrame();
+  if (error == asio::error::would_block) return;
   if (error) return close();
-  switch (reader_.feed({bytes.data(), count})) {
-    case FrameReader::State::incomplete:
-      return awaitFrame();
-    case FrameReader::State::complete:
-      return handleMessage();
-    case FrameReader::State::tooLong:
-      surroundings_->occasionalLog.error(OccasionalLog::Kind::frameTooLong,
-                                         "Closing a connection that sent too much without a delimiter");
-      return close();
-  }
+  const auto state = reader_.feed({bytes.data(), count});
+  if (state == FrameReader::State::complete) return handleMessage();
+  if (state == FrameReader::State::incomplete) return;
+  surroundings_->occasionalLog.error(OccasionalLog::Kind::frameTooLong,
+                                     "Closing a connection that sent too much without a delimiter");
+  close();
 }
 
 void AcceptedConnection::handleMessage() {

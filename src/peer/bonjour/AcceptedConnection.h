@@ -42,6 +42,9 @@ class AcceptedConnection : public std::enable_shared_from_this<AcceptedConnectio
 
   void start();
   Phase phase() const { return phase_; }
+
+  /// Whether the whole frame has come, even if only by now, and the reply is still to be written.
+  bool isBeingAnswered();
   void close();
 
   /// Writes the reply, if none was written yet. Any thread.
@@ -54,7 +57,7 @@ class AcceptedConnection : public std::enable_shared_from_this<AcceptedConnectio
   void limitPhase(Seconds limit);
   void limitReached();
   void awaitFrame();
-  void readFrame();
+  void takeWhatHasCome();
   void handleMessage();
   void send(DeviceCommand command);
   void leave();

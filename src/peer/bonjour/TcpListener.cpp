@@ -113,9 +113,9 @@ bool TcpListener::makeRoom() {
   surroundings_->occasionalLog.error(OccasionalLog::Kind::tooManyConnections,
                                      "Too many connections: closing the oldest unfinished one");
   const auto victim = std::find_if(connections_.begin(), connections_.end(),
-                                   [](const auto& weak) { return weak.lock()->phase() != Phase::answering; });
+                                   [](const auto& weak) { return !weak.lock()->isBeingAnswered(); });
   if (victim == connections_.end()) return false;
-  victim->lock()->close();
+  if (const auto connection = victim->lock()) connection->close();
   connections_.erase(victim);
   return true;
 }

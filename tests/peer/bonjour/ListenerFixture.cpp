@@ -1,5 +1,7 @@
 #include "peer/bonjour/ListenerFixture.h"
 
+#include <asio/post.hpp>
+
 #include <future>
 #include <thread>
 #include <utility>
@@ -40,6 +42,18 @@ void ListenerFixture::cancelListener() {
 void ListenerFixture::shutDown() {
   cancelListener();
   network_.reset();
+}
+
+std::promise<void> ListenerFixture::holdUpNetwork() {
+  std::promise<void> release;
+  std::promise<void> held;
+  auto isHeld = held.get_future();
+  asio::post(network_->publisherQueue(), [released = release.get_future().share(), held = std::move(held)]() mutable {
+    held.set_value();
+    released.wait();
+  });
+  isHeld.wait();
+  return release;
 }
 
 std::vector<std::string> ListenerFixture::received() {

@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -35,6 +36,9 @@ class ListenerFixture : public testing::Test {
   void start(ListenerLimits limits = {}, bool answersAtOnce = true);
   void cancelListener();
   void shutDown();
+
+  /// Keeps the network thread from doing anything until the result is gone.
+  [[nodiscard]] std::promise<void> holdUpNetwork();
 
   std::uint16_t port() const { return port_; }
   std::vector<std::string> received();

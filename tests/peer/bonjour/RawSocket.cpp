@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <array>
-#include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <poll.h>
 #include <sys/socket.h>
@@ -157,6 +158,23 @@ std::size_t residentMemory() {
   std::size_t resident = 0;
   statm >> total >> resident;
   return resident * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+ProcessorUse ProcessorUse::ofThisProcess() {
+  ProcessorUse use;
+  std::error_code error;
+  for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task", error)) {
+    std::int64_t ran = 0;
+    std::int64_t waited = 0;  // nanoseconds, both
+    if (!(std::ifstream(thread.path() / "schedstat") >> ran >> waited)) continue;
+    use.ran += std::chrono::nanoseconds(ran);
+    use.waited += std::chrono::nanoseconds(waited);
+  }
+  return use;
+}
+
+std::chrono::nanoseconds ProcessorUse::waitedForOthersSince(const ProcessorUse& before) const {
+  return std::max(waited - before.waited - (ran - before.ran), std::chrono::nanoseconds(0));
 }
 
 }  // namespace zolvex::test

@@ -2,6 +2,8 @@
 
 #include "core/Time.h"
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -75,5 +77,17 @@ std::uint16_t closedPort();
 
 /// Resident memory of this process in bytes.
 std::size_t residentMemory();
+
+/// What the threads of this process have had of the processors so far.
+struct ProcessorUse {
+  static ProcessorUse ofThisProcess();
+
+  /// For how long, since then, they were ready to run while other programs had the processors. What they may have
+  /// waited for each other does not count.
+  std::chrono::nanoseconds waitedForOthersSince(const ProcessorUse& before) const;
+
+  std::chrono::nanoseconds ran{};
+  std::chrono::nanoseconds waited{};
+};
 
 }  // namespace zolvex::test
