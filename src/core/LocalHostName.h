@@ -1,11 +1,13 @@
 #pragma once
 
+#include "core/Published.h"
+
 #include <optional>
 #include <string>
 
 namespace zolvex {
 
-/// The names of this computer. Read at use; neither call blocks.
+/// The names of this computer. Read at use; neither call blocks. Main thread.
 class LocalHostName {
  public:
   virtual ~LocalHostName() = default;
@@ -15,6 +17,9 @@ class LocalHostName {
 
   /// Its host name; none when it has none.
   virtual std::optional<std::string> name() const = 0;
+
+  /// Told after the localized name has changed.
+  Signal<> changed;
 };
 
 }  // namespace zolvex

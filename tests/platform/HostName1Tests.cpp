@@ -58,12 +58,15 @@ TEST_F(HostName1Test, knowsThePrettyNameOnceTheServiceHasAnswered) {
 }
 
 TEST_F(HostName1Test, followsAChange) {
+  int changes = 0;
+  const auto subscription = hostName.changed.observe([&] { ++changes; });
   serve();
   connectLink();
   ASSERT_TRUE(becomes("Anna\u2019s Laptop"));
   prettyName = u"Studio"_s;
   announceChange();
   EXPECT_TRUE(becomes("Studio"));
+  EXPECT_EQ(changes, 2);
 }
 
 TEST_F(HostName1Test, aBlankPrettyNameIsNone) {

@@ -24,7 +24,7 @@ std::string displayName(const LocalHostName& hostName) {
 }  // namespace
 
 BonjourTransport::BonjourTransport(MainQueue& mainQueue, NetworkThread& network, ServicePublisher& publisher,
-                                   ServiceBrowser& browser, UserDefaults& defaults, const LocalHostName& hostName)
+                                   ServiceBrowser& browser, UserDefaults& defaults, LocalHostName& hostName)
     : mainQueue_(mainQueue),
       network_(network),
       publisher_(publisher),
@@ -64,12 +64,15 @@ void BonjourTransport::publish(std::uint16_t port) {
   publisherDelegate_.emplace([this](const std::string& name) {
     if (browserDelegate_) browserDelegate_->ownServicePublished(name);
   });
-  publisher_.publish({peerServiceName(identity),
-                      std::string(peerProtocol::serviceType),
-                      std::string(peerProtocol::serviceDomain),
-                      port,
-                      {{"id", identity}, {"name", displayName(hostName_)}}},
+  publisher_.publish({peerServiceName(identity), std::string(peerProtocol::serviceType),
+                      std::string(peerProtocol::serviceDomain), port, txtRecord()},
                      *publisherDelegate_);
+  // The localized name is often not known yet.
+  nameChange_ = hostName_.changed.observe([this] { publisher_.updateTxtRecord(txtRecord()); });
+}
+
+std::map<std::string, std::string> BonjourTransport::txtRecord() const {
+  return {{"id", peerIdentity(defaults_)}, {"name", displayName(hostName_)}};
 }
 
 void BonjourTransport::startBrowsing(PeerTransportDelegate& delegate) {
@@ -82,6 +85,7 @@ void BonjourTransport::stop() {
   if (!run_) return;
   run_.reset();
   if (const auto listener = std::exchange(listener_, nullptr)) listener->cancel();
+  nameChange_.cancel();
   publisher_.unpublish();
   browser_.stop();
   publisherDelegate_.reset();

@@ -11,8 +11,10 @@
 #include "peer/bonjour/ServicePublisherDelegate.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace zolvex {
 
@@ -25,7 +27,7 @@ class TcpListener;
 class BonjourTransport final : public PeerTransport {
  public:
   BonjourTransport(MainQueue& mainQueue, NetworkThread& network, ServicePublisher& publisher, ServiceBrowser& browser,
-                   UserDefaults& defaults, const LocalHostName& hostName);
+                   UserDefaults& defaults, LocalHostName& hostName);
   ~BonjourTransport() override;
 
   void start(PeerTransportDelegate& delegate) override;
@@ -36,6 +38,7 @@ class BonjourTransport final : public PeerTransport {
  private:
   bool startListener(PeerTransportDelegate& delegate);
   void publish(std::uint16_t port);
+  std::map<std::string, std::string> txtRecord() const;
   void startBrowsing(PeerTransportDelegate& delegate);
 
   MainQueue& mainQueue_;
@@ -43,10 +46,11 @@ class BonjourTransport final : public PeerTransport {
   ServicePublisher& publisher_;
   ServiceBrowser& browser_;
   UserDefaults& defaults_;
-  const LocalHostName& hostName_;
+  LocalHostName& hostName_;
 
   std::shared_ptr<TcpListener> listener_;
   std::optional<ServicePublisherDelegate> publisherDelegate_;
+  Subscription nameChange_;  // while published
   std::optional<ServiceBrowserDelegate> browserDelegate_;
   std::optional<Lifetime> run_;  // from start() to stop(); what the listener reports after that is not heard
 };

@@ -36,6 +36,9 @@ class ServicePublisher {
   /// (back), it is made (anew). The listener is told each time and must outlive the publication.
   virtual void publish(const Service& service, ServicePublicationListener& listener) = 0;
 
+  /// Replaces the TXT record of the publication. The service does not go away for it; the listener hears nothing.
+  virtual void updateTxtRecord(const std::map<std::string, std::string>& record) = 0;
+
   /// Afterwards the listener is not called any more.
   virtual void unpublish() = 0;
 };

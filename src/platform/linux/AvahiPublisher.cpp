@@ -59,6 +59,18 @@ void AvahiPublisher::publish(const Service& service, ServicePublicationListener&
   begin();
 }
 
+void AvahiPublisher::updateTxtRecord(const std::map<std::string, std::string>& record) {
+  if (!wanted_) return;
+  wanted_->txtRecord = record;
+  if (!group_ || !isGroupMade_) return;
+  // It is refused when the service is not in the group, and then it is going to be added, with this record.
+  group_->call(
+      u"UpdateServiceTxt"_s,
+      {avahi::anyInterface, avahi::anyProtocol, avahi::noFlags, QString::fromStdString(currentName()),
+       avahi::withoutDot(wanted_->type), avahi::withoutDot(wanted_->domain), QVariant::fromValue(txtOf(record))},
+      [](const QDBusMessage&) {});
+}
+
 void AvahiPublisher::unpublish() {
   wanted_.reset();
   listener_ = nullptr;
@@ -68,8 +80,12 @@ void AvahiPublisher::unpublish() {
 void AvahiPublisher::begin() {
   if (!wanted_ || !daemon_.isRunning()) return;
   nameNumber_ = 1;
+  isGroupMade_ = false;
   AvahiObject::Events events;
-  events.made = [this] { addService(); };
+  events.made = [this] {
+    isGroupMade_ = true;
+    addService();
+  };
   events.signal = [this](const QDBusMessage& signal) {
     stateChanged(signal.arguments().value(0).toInt(), signal.arguments().value(1).toString());
   };

@@ -7,6 +7,7 @@
 #include <QDBusMessage>
 #include <QString>
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,6 +28,7 @@ class AvahiPublisher final : public ServicePublisher {
   ~AvahiPublisher() override;
 
   void publish(const Service& service, ServicePublicationListener& listener) override;
+  void updateTxtRecord(const std::map<std::string, std::string>& record) override;
   void unpublish() override;
 
  private:
@@ -44,6 +46,7 @@ class AvahiPublisher final : public ServicePublisher {
   ServicePublicationListener* listener_ = nullptr;
   int nameNumber_ = 1;
   std::unique_ptr<AvahiObject> group_;
+  bool isGroupMade_ = false;
   Subscription started_;
   Subscription ended_;
 };

@@ -11,6 +11,7 @@
 #include <array>
 #include <climits>
 #include <unistd.h>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -55,7 +56,8 @@ void HostName1::ask() {
 
 void HostName1::answered(const QString& prettyName) {
   const auto name = prettyName.toStdString();
-  prettyName_ = trimmed(name).empty() ? std::nullopt : std::optional(name);
+  const auto before = std::exchange(prettyName_, trimmed(name).empty() ? std::nullopt : std::optional(name));
+  if (prettyName_ != before) changed.emit();
 }
 
 }  // namespace zolvex

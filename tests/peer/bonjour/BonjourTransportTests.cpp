@@ -112,6 +112,18 @@ TEST_F(BonjourTransportTest, computerWithoutAnyNameIsPublished) {
   EXPECT_EQ(publisher.service->txtRecord.at("name"), "");
 }
 
+TEST_F(BonjourTransportTest, aNameThatComesLaterIsPublishedWithoutANewPublication) {
+  hostName.localized.reset();
+  start();
+  onMain([&] {
+    hostName.localized = "Anna's Laptop";
+    hostName.changed.emit();
+    EXPECT_EQ(publisher.service->txtRecord.at("name"), "Anna's Laptop");
+    EXPECT_EQ(publisher.service->txtRecord.at("id"), "abc-123def");
+    EXPECT_EQ(publisher.publications, 1);
+  });
+}
+
 TEST_F(BonjourTransportTest, receivedCommandReachesTheDelegate) {
   EXPECT_EQ(ask(start(), healthCheck), success);
   onMain([&] { EXPECT_THAT(delegate.received, ElementsAre("HEALTH_CHECK")); });

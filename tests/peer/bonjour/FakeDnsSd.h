@@ -16,6 +16,9 @@ class FakeServicePublisher final : public ServicePublisher {
     listener = &newListener;
     ++publications;
   }
+  void updateTxtRecord(const std::map<std::string, std::string>& record) override {
+    if (service) service->txtRecord = record;
+  }
   void unpublish() override {
     service.reset();
     listener = nullptr;

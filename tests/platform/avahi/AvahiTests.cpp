@@ -98,6 +98,17 @@ struct Computer {
     call(group, u"org.freedesktop.Avahi.EntryGroup"_s, u"Commit"_s, {});
   }
 
+  /// The TXT record of a service as the network shows it, in one text.
+  std::string txtRecordOf(const QString& name) const {
+    constexpr int any = -1;
+    constexpr uint noFlags = 0;
+    auto message = QDBusMessage::createMethodCall(u"org.freedesktop.Avahi"_s, u"/"_s, u"org.freedesktop.Avahi.Server"_s,
+                                                  u"ResolveService"_s);
+    message.setArguments({any, any, name, u"_zolvex._tcp"_s, u"local"_s, any, noFlags});
+    const auto entries = qdbus_cast<QByteArrayList>(link.connection().call(message).arguments().value(9));
+    return entries.join(';').toStdString();
+  }
+
   BusLink link;
   AvahiDaemon daemon{link};
   AvahiPublisher publisher{daemon};
@@ -154,6 +165,21 @@ TEST_F(AvahiTest, aRecordThatIsTooLongIsCutInsteadOfRefused) {
   laptop->publisher.publish({"Zolvex-ABC123", serviceType, serviceDomain, 4711, {{"name", longName}}}, laptop->ears);
   EXPECT_TRUE(runUntil([&] { return !laptop->ears.published.empty() || !laptop->ears.failures.empty(); }));
   EXPECT_THAT(laptop->ears.failures, IsEmpty());
+}
+
+TEST_F(AvahiTest, aNewRecordIsSeenAndTheServiceStays) {
+  publishAndFind();
+  laptop->publisher.updateTxtRecord({{"name", "Studio"}});
+  EXPECT_TRUE(runUntil([&] { return studio->txtRecordOf(u"Zolvex-ABC123"_s) == "name=Studio"; }));
+  EXPECT_THAT(laptop->ears.published, SizeIs(1));
+  EXPECT_THAT(studio->ears.removed, IsEmpty());
+}
+
+TEST_F(AvahiTest, aNewRecordCountsBeforeTheDaemonIsThere) {
+  laptop->publish("Zolvex-ABC123", 4711);
+  laptop->publisher.updateTxtRecord({{"name", "Studio"}});
+  startDaemons();
+  EXPECT_TRUE(runUntil([&] { return studio->txtRecordOf(u"Zolvex-ABC123"_s) == "name=Studio"; }));
 }
 
 TEST_F(AvahiTest, linkLocalAddressComesLastAndWithItsScope) {
