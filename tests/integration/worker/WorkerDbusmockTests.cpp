@@ -128,6 +128,15 @@ TEST_F(WorkerDbusmock, pairsAndConnects) {
   EXPECT_EQ(run(u"connect"_s, "11-22-33-44-55-01").output, "Already connected\n");
 }
 
+TEST_F(WorkerDbusmock, anAgentThatIsRegisteredAlreadyIsNoBondThatExists) {
+  mock(u"AddDevice"_s, {u"hci0"_s, u"11:22:33:44:55:01"_s, u"Magic Mouse"_s});
+  expectReply(message(u"/org/bluez"_s, u"org.freedesktop.DBus.Mock"_s, u"AddMethod"_s,
+                      {u"org.bluez.AgentManager1"_s, u"RegisterAgent"_s, u"os"_s, u""_s,
+                       u"raise dbus.exceptions.DBusException('', name='org.bluez.Error.AlreadyExists')"_s}));
+  EXPECT_TRUE(run(u"connect"_s, "11-22-33-44-55-01").output.startsWith("Attempt 1: openConnection=0, connected="));
+  EXPECT_NE(run(u"listPaired"_s).output, "[]") << "it was not removed";
+}
+
 TEST_F(WorkerDbusmock, removesAPairing) {
   addPaired(u"hci0"_s, u"11:22:33:44:55:01"_s, u"Magic Mouse"_s);
   const auto result = run(u"unregister"_s, "11-22-33-44-55-01");
