@@ -64,7 +64,7 @@ int main(int argc, char** argv) {
   QCoreApplication application(argc, argv);
   const double seconds = argc > 1 ? std::atof(argv[1]) : defaultWatchSeconds;
   lab::PrivateBus system;
-  std::array<lab::PrivateBus, 3> sessions;
+  std::array<lab::PrivateBus, 4> sessions;
   if (!(seconds > 0) || !system.start() ||
       !std::all_of(sessions.begin(), sessions.end(), [](auto& bus) { return bus.start(); })) {
     fmt::print(stderr, "usage: bench-idle [SECONDS]; it needs dbus-daemon\n");
@@ -73,11 +73,15 @@ int main(int argc, char** argv) {
   const QString zolvexProgram = QStringLiteral(ZOLVEX);
   IdleProcess bare(QStringLiteral(BARE_QT_PROGRAM), environmentOf(system, sessions[0]));
   IdleProcess alone(zolvexProgram, environmentOf(system, sessions[0]), R"({"transportMode": "bonjour"})");
+  // Each asks the one before it.
+  constexpr auto listens = "Listener ready: Port ";
   IdleProcess asked(zolvexProgram, environmentOf(system, sessions[1]), R"({"transportMode": "bonjour"})");
-  const auto port = asked.waitFor("Listener ready: Port ");
-  IdleProcess asking(zolvexProgram, environmentOf(system, sessions[2]), settingsWithPeer(port));
+  const auto port = asked.waitFor(listens);
+  IdleProcess both(zolvexProgram, environmentOf(system, sessions[2]), settingsWithPeer(port));
+  const auto portOfBoth = both.waitFor(listens);
+  IdleProcess asking(zolvexProgram, environmentOf(system, sessions[3]), settingsWithPeer(portOfBoth));
   if (bare.waitFor("ready").empty() || alone.waitFor("connected to the session bus").empty() || port.empty() ||
-      asking.waitFor("connected to the session bus").empty()) {
+      portOfBoth.empty() || asking.waitFor("connected to the session bus").empty()) {
     fmt::print(stderr, "a program did not start\n");
     return EXIT_FAILURE;
   }
@@ -85,7 +89,8 @@ int main(int argc, char** argv) {
   std::vector<Watched> all{{"bare Qt program on two buses", bare},
                            {"zolvex, without a peer", alone},
                            {"zolvex, asked by a peer", asked},
-                           {"zolvex, asks its peer every 15 s", asking}};
+                           {"zolvex, asks its peer every 15 s", asking},
+                           {"zolvex, asks and is asked", both}};
   std::this_thread::sleep_for(settleTime);
   for (auto& watched : all) watched.before = watched.process.cost();
   std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
