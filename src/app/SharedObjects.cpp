@@ -39,6 +39,7 @@ SharedObjects::SharedObjects()
       hostName_(systemBus_),
       notificationCenter_(sessionBus_),
       session_(mainQueue_, systemBus_, sessionBus_),
+      hotKeys_(hotKeysOf(DisplayServer::ofEnvironment(), mainQueue_, sessionBus_)),
       workerClient_(launcher_, ownExecutable()),
       bluetoothQueue_("com.zolvex.bluetooth"),
       scanQueue_("com.zolvex.scan"),
@@ -52,11 +53,13 @@ SharedObjects::SharedObjects()
       deviceManager_({mainQueue_, defaults_, bluetoothStore_, networkStore_, notifier_, session_.events(),
                       session_.displayWaker()}),
       sleepPreparation_({mainQueue_, deviceManager_, networkStore_, session_.events(), session_.sleepInhibitor()}),
+      hotKey_({mainQueue_, defaults_, *hotKeys_, deviceManager_}),
       control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_,
                 launchAtLogin_},
                decisions_, sessionBus_) {}
 
 SharedObjects::~SharedObjects() {
+  hotKey_.stop();
   // First the workers, whom the queues would wait for; then the queues, before what their work uses.
   launcher_.stop();
   bluetoothQueue_.stop();
@@ -68,6 +71,7 @@ void SharedObjects::start() {
   systemBus_.start();
   sessionBus_.start();
   session_.start();
+  hotKey_.start();
 }
 
 }  // namespace zolvex

@@ -21,14 +21,19 @@
 #include "platform/linux/LinuxSession.h"
 #include "platform/linux/PosixProcessLauncher.h"
 #include "platform/linux/QtMainQueue.h"
+#include "platform/linux/hotkey/DesktopHotKeys.h"
+#include "ui/GlobalHotKey.h"
 #include "ui/ZolvexNotifier.h"
+
+#include <memory>
 
 namespace zolvex {
 
 /// Every long-lived object of the application, made once and in this order, each given what it needs. Construction
 /// registers the default settings and applies the default of launch at login before anything reads a setting; start()
-/// brings up the peer link, the buses and the watch over the session, none of which need exist. Destruction ends
-/// running workers and drops waiting work; the devices are not released. Main thread.
+/// brings up the peer link, the buses, the watch over the session and the hot key, none of which need exist.
+/// Destruction gives up the hot key, ends running workers and drops waiting work; the devices are not released. Main
+/// thread.
 class SharedObjects {
  public:
   SharedObjects();
@@ -36,6 +41,9 @@ class SharedObjects {
   SharedObjects(const SharedObjects&) = delete;
 
   void start();
+
+  // What windows, where there are any, show and operate besides.
+  GlobalHotKey& hotKey() { return hotKey_; }
 
  private:
   QtMainQueue mainQueue_;
@@ -48,6 +56,7 @@ class SharedObjects {
   HostName1 hostName_;
   DesktopNotificationCenter notificationCenter_;
   LinuxSession session_;
+  std::unique_ptr<HotKeys> hotKeys_;
 
   PosixProcessLauncher launcher_;
   BluetoothWorkerClient workerClient_;
@@ -65,6 +74,7 @@ class SharedObjects {
   ZolvexNotifier notifier_;
   DeviceManager deviceManager_;
   SleepPreparation sleepPreparation_;
+  GlobalHotKey hotKey_;
   control::ControlService control_;
 };
 

@@ -1,5 +1,6 @@
 #include "ui/PreferencesPresentation.h"
 
+#include "ui/HotKeyState.h"
 #include "ui/PopoverPresentation.h"
 
 #include <algorithm>
@@ -33,7 +34,7 @@ std::optional<std::size_t> indexOfMode(std::string_view mode) {
 }  // namespace
 
 PreferencesPresentation presentPreferences(const PreferencesState& state) {
-  const std::string_view tooltip = state.isHotkeyTaken ? "Another program uses this shortcut." : "";
+  const auto tooltip = problemOf(state.isHotkeyTaken ? HotKeyState::heldByAnother : HotKeyState::off);
   return {.launchAtLogin = {"Launch at login", state.isLaunchAtLogin},
           .autoRelease = {"Auto release", state.autoRelease},
           .releaseTime = indexOfHours(state.autoReleaseHours),

@@ -51,6 +51,9 @@ class ZolvexProcess {
     return {{QStringLiteral("HOME"), directory.path()},
             {QStringLiteral("XDG_CONFIG_HOME"), directory.path()},
             {QStringLiteral("XDG_RUNTIME_DIR"), directory.path()},
+            {QStringLiteral("DISPLAY"), display},
+            {QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("")},
+            {QStringLiteral("XDG_SESSION_TYPE"), isWayland ? QStringLiteral("wayland") : QStringLiteral("")},
             {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), systemBus.address()},
             {QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), sessionBus.address()}};
   }
@@ -58,6 +61,8 @@ class ZolvexProcess {
   QTemporaryDir directory;
   lab::PrivateBus systemBus;
   lab::PrivateBus sessionBus;
+  QString display;  ///< An X server; empty for none.
+  bool isWayland = false;
   std::optional<ProgramRun> zolvex;
 };
 

@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxSession.h"
 
+#include "platform/linux/DisplayServer.h"
 #include "platform/linux/LogindNames.h"
 
 using namespace Qt::Literals::StringLiterals;
@@ -12,15 +13,6 @@ constexpr Logger logger("SessionEvents");
 
 const auto freedesktopName = u"org.freedesktop.ScreenSaver"_s;
 const auto gnomeName = u"org.gnome.ScreenSaver"_s;
-
-bool isWaylandSession() {
-  return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || qEnvironmentVariable("XDG_SESSION_TYPE") == "wayland"_L1;
-}
-
-/// The display of the session's own X server. The one that a Wayland session offers besides knows nothing of displays.
-QString ownX11Display() {
-  return isWaylandSession() ? QString() : qEnvironmentVariable("DISPLAY");
-}
 
 }  // namespace
 
@@ -40,7 +32,9 @@ LinuxSession::LinuxSession(MainQueue& mainQueue, BusLink& systemBus, BusLink& se
       waker_(sessionBus, x11_) {}
 
 void LinuxSession::start() {
-  if (const auto display = ownX11Display(); !display.isEmpty()) x11_.start(display.toStdString());
+  // The X server that a Wayland session offers besides knows nothing of displays.
+  if (const auto server = DisplayServer::ofEnvironment(); server.kind == DisplayServer::Kind::x11)
+    x11_.start(server.x11Display);
 }
 
 }  // namespace zolvex

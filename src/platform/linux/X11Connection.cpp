@@ -1,28 +1,15 @@
 #include "platform/linux/X11Connection.h"
 
-#include <cstdlib>
-#include <utility>
+#include "platform/linux/Xcb.h"
+
 #include <xcb/dpms.h>
 #include <xcb/screensaver.h>
-#include <xcb/xcb.h>
-#include <xcb/xcbext.h>
 
 namespace zolvex {
 
 namespace {
 
-template <class T>
-struct Freed {
-  void operator()(T* pointer) const { std::free(pointer); }
-};
-template <class T>
-using Received = std::unique_ptr<T, Freed<T>>;
-
-xcb_window_t rootOf(xcb_connection_t* connection, int screenNumber) {
-  auto screen = xcb_setup_roots_iterator(xcb_get_setup(connection));
-  for (; screen.rem > 1 && screenNumber > 0; --screenNumber) xcb_screen_next(&screen);
-  return screen.rem > 0 ? screen.data->root : static_cast<xcb_window_t>(XCB_NONE);
-}
+using xcb::Received;
 
 bool canSwitchOff(xcb_connection_t* connection) {
   const auto* extension = xcb_get_extension_data(connection, &xcb_dpms_id);
@@ -45,14 +32,6 @@ std::uint8_t selectSaverEvents(xcb_connection_t* connection, xcb_window_t root) 
   return static_cast<std::uint8_t>(extension->first_event + XCB_SCREENSAVER_NOTIFY);
 }
 
-/// What the server has answered to `question`, which is set to 0 then; null while it has not, or when it refused.
-template <class Reply>
-Received<Reply> receive(xcb_connection_t* connection, unsigned& question) {
-  void* reply = nullptr;
-  if (question != 0 && xcb_poll_for_reply(connection, question, &reply, nullptr) != 0) question = 0;
-  return Received<Reply>(static_cast<Reply*>(reply));
-}
-
 }  // namespace
 
 std::unique_ptr<X11Connection> X11Connection::open(const std::string& display) {
@@ -67,7 +46,7 @@ X11Connection::~X11Connection() {
 }
 
 bool X11Connection::prepare(int screenNumber) {
-  root_ = rootOf(connection_, screenNumber);
+  root_ = xcb::rootOf(connection_, screenNumber);
   hasDpms_ = canSwitchOff(connection_);
   saverEvent_ = selectSaverEvents(connection_, root_);
   return !isBroken() && (hasDpms_ || tellsChanges());
@@ -105,12 +84,12 @@ std::optional<bool> X11Connection::takeAnswer() {
 
 /// A screen saver that is a program shows something.
 void X11Connection::takeSaverAnswer() {
-  const auto reply = receive<xcb_screensaver_query_info_reply_t>(connection_, saverQuestion_);
+  const auto reply = xcb::receive<xcb_screensaver_query_info_reply_t>(connection_, saverQuestion_);
   if (reply) isBlanked_ = reply->state == XCB_SCREENSAVER_STATE_ON && reply->kind != XCB_SCREENSAVER_KIND_EXTERNAL;
 }
 
 void X11Connection::takeDpmsAnswer() {
-  const auto reply = receive<xcb_dpms_info_reply_t>(connection_, dpmsQuestion_);
+  const auto reply = xcb::receive<xcb_dpms_info_reply_t>(connection_, dpmsQuestion_);
   if (reply) isPoweredDown_ = reply->state != 0 && reply->power_level != XCB_DPMS_DPMS_MODE_ON;
 }
 

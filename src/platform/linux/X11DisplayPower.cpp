@@ -5,8 +5,6 @@
 
 #include <QSocketNotifier>
 
-#include <mutex>
-#include <thread>
 #include <utility>
 
 namespace zolvex {
@@ -17,21 +15,10 @@ constexpr Logger logger("SessionEvents");
 
 }  // namespace
 
-/// One try to connect, shared by the owner and the helper thread, which a hung server may keep for ever.
-struct X11DisplayPower::Attempt {
-  std::mutex mutex;
-  MainQueue* mainQueue = nullptr;  // none once the owner is gone
-  std::unique_ptr<X11Connection> connection;
-};
-
 X11DisplayPower::X11DisplayPower(MainQueue& mainQueue, SessionAspect& displayOff)
-    : mainQueue_(mainQueue), displayOff_(displayOff), source_(displayOff.addSource("X11")) {}
+    : mainQueue_(mainQueue), displayOff_(displayOff), source_(displayOff.addSource("X11")), opening_(mainQueue) {}
 
-X11DisplayPower::~X11DisplayPower() {
-  if (!attempt_) return;
-  const std::lock_guard lock(attempt_->mutex);
-  attempt_->mainQueue = nullptr;
-}
+X11DisplayPower::~X11DisplayPower() = default;
 
 void X11DisplayPower::start(std::string display) {
   display_ = std::move(display);
@@ -39,21 +26,13 @@ void X11DisplayPower::start(std::string display) {
 }
 
 void X11DisplayPower::attempt() {
-  const auto attempt = std::make_shared<Attempt>();
-  attempt->mainQueue = &mainQueue_;
-  attempt_ = attempt;
-  const auto ended = lifetime_.guard([this, attempt] { attemptEnded(*attempt); });
-  std::thread([attempt, ended, display = display_] {
-    attempt->connection = X11Connection::open(display);
-    const std::lock_guard lock(attempt->mutex);
-    if (attempt->mainQueue) attempt->mainQueue->async(ended);
-  }).detach();
+  opening_.start([display = display_] { return X11Connection::open(display); },
+                 [this](std::unique_ptr<X11Connection> connection) { attemptEnded(std::move(connection)); });
 }
 
-void X11DisplayPower::attemptEnded(Attempt& attempt) {
-  attempt_ = nullptr;
-  connection_ = std::move(attempt.connection);
-  if (!connection_) return missing("no X server that tells of its displays yet at");
+void X11DisplayPower::attemptEnded(std::unique_ptr<X11Connection> connection) {
+  if (!connection) return missing("no X server that tells of its displays yet at");
+  connection_ = std::move(connection);
   isAbsenceLogged_ = false;
   logger.info("connected to the X server {}", display_);
   notifier_ = std::make_unique<QSocketNotifier>(connection_->descriptor(), QSocketNotifier::Read);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/Lifetime.h"
 #include "core/MainQueue.h"
+#include "platform/linux/BackgroundOpening.h"
 #include "platform/linux/SessionAspect.h"
 
 #include <memory>
@@ -38,10 +38,8 @@ class X11DisplayPower {
   bool isFollowing() const { return connection_ != nullptr && wasFound_; }
 
  private:
-  struct Attempt;
-
   void attempt();
-  void attemptEnded(Attempt& attempt);
+  void attemptEnded(std::unique_ptr<X11Connection> connection);
   void missing(const char* what);
   void ask();
   void readable();
@@ -53,7 +51,7 @@ class X11DisplayPower {
   SessionAspect& displayOff_;
   const SessionAspect::Source source_;
   std::string display_;
-  std::shared_ptr<Attempt> attempt_;
+  BackgroundOpening<X11Connection> opening_;
   std::unique_ptr<X11Connection> connection_;
   std::unique_ptr<QSocketNotifier> notifier_;
   bool isAsking_ = false;
@@ -64,7 +62,6 @@ class X11DisplayPower {
   bool isSilenceLogged_ = false;
   WorkItem next_;  // the next attempt or question
   WorkItem limit_;
-  Lifetime lifetime_;
 };
 
 }  // namespace zolvex
