@@ -1,7 +1,10 @@
 #include "app/SharedObjects.h"
 
 #include "core/SettingsKeys.h"
+#include "platform/linux/ConfigDirectory.h"
 #include "platform/linux/OwnExecutable.h"
+
+#include <QCoreApplication>
 
 #include <string>
 
@@ -26,6 +29,11 @@ UserDefaults& prepared(FileUserDefaults& defaults, LinuxLaunchAtLogin& launchAtL
   launchAtLogin.followProgram();
   if (defaults.isFileUsable()) applyLaunchAtLoginDefault(launchAtLogin, defaults);
   return defaults;
+}
+
+Installation ownInstallation() {
+  const auto executable = ownExecutable();
+  return Installation::find({.program = executable, .started = programToStart(executable), .home = homeDirectory()});
 }
 
 }  // namespace
@@ -54,6 +62,8 @@ SharedObjects::SharedObjects()
                       session_.displayWaker()}),
       sleepPreparation_({mainQueue_, deviceManager_, networkStore_, session_.events(), session_.sleepInhibitor()}),
       hotKey_({mainQueue_, defaults_, *hotKeys_, deviceManager_}),
+      uninstallSystem_(ownInstallation(), HomeTraces::standard(), sessionBus_, [] { QCoreApplication::quit(); }),
+      uninstaller_({mainQueue_, launchAtLogin_, defaults_, uninstallSystem_, notificationCenter_}),
       control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_,
                 launchAtLogin_},
                decisions_, sessionBus_) {}

@@ -22,7 +22,9 @@
 #include "platform/linux/PosixProcessLauncher.h"
 #include "platform/linux/QtMainQueue.h"
 #include "platform/linux/hotkey/DesktopHotKeys.h"
+#include "platform/linux/uninstall/LinuxUninstall.h"
 #include "ui/GlobalHotKey.h"
+#include "ui/Uninstaller.h"
 #include "ui/ZolvexNotifier.h"
 
 #include <memory>
@@ -44,6 +46,7 @@ class SharedObjects {
 
   // What windows, where there are any, show and operate besides.
   GlobalHotKey& hotKey() { return hotKey_; }
+  Uninstaller& uninstaller() { return uninstaller_; }
 
  private:
   QtMainQueue mainQueue_;
@@ -75,6 +78,8 @@ class SharedObjects {
   DeviceManager deviceManager_;
   SleepPreparation sleepPreparation_;
   GlobalHotKey hotKey_;
+  LinuxUninstall uninstallSystem_;
+  Uninstaller uninstaller_;
   control::ControlService control_;
 };
 

@@ -43,6 +43,10 @@ class UserDefaults {
   /// Removes the persisted value, if there is one; observers of `changed` are told.
   virtual void remove(std::string_view key) = 0;
 
+  /// Removes all that is persisted and where it is kept; observers of `changed` are told. What is set afterwards counts
+  /// until the process ends. Why something is still there, for people; none when all is gone.
+  virtual std::optional<std::string> removePersistentDomain() = 0;
+
   /// Why the latest changes are in effect but not persisted, for people; none when all is well.
   virtual std::optional<std::string> persistenceProblem() const { return std::nullopt; }
 

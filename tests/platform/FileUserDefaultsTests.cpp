@@ -298,6 +298,41 @@ TEST_F(FileUserDefaultsTest, whatIsNotWrittenYetIsWrittenAtTheEnd) {
   EXPECT_EQ(json(), (QJsonObject{{u"other"_s, true}}));
 }
 
+TEST_F(FileUserDefaultsTest, aRemovedDomainIsGoneForGoodButForTheRunningProgram) {
+  open();
+  defaults->set("key", 1.0);
+  changes = 0;
+  EXPECT_EQ(defaults->removePersistentDomain(), std::nullopt);
+  EXPECT_EQ(changes, 1);
+  EXPECT_FALSE(defaults->stored("key"));
+  EXPECT_FALSE(QFile::exists(path()));
+  for (int i = 1; i <= 2 * FileUserDefaults::writesPerPeriod; ++i) defaults->set("key", static_cast<double>(i));
+  EXPECT_EQ(defaults->number("key"), 2 * FileUserDefaults::writesPerPeriod);
+  defaults.reset();
+  EXPECT_FALSE(QFile::exists(path()));
+}
+
+TEST_F(FileUserDefaultsTest, aRemovedDomainDoesNotReadWhatOthersWriteAfterwards) {
+  open();
+  EXPECT_EQ(defaults->removePersistentDomain(), std::nullopt) << "there was nothing";
+  writeFile(R"({"key": 1})");
+  bool isLater = false;
+  const auto later = queue.after(FileUserDefaults::settleTime * 3, [&] { isLater = true; });
+  ASSERT_TRUE(runUntil([&] { return isLater; }));
+  EXPECT_FALSE(defaults->stored("key"));
+}
+
+TEST_F(FileUserDefaultsTest, aDomainThatCannotBeRemovedIsNamedAndNotReadAnyMore) {
+  writeFile(R"({"key": 1})");
+  open();
+  QFile::remove(path());
+  QDir().mkpath(path());
+  const auto failure = defaults->removePersistentDomain();
+  ASSERT_TRUE(failure);
+  EXPECT_TRUE(failure->starts_with("cannot remove " + path().toStdString() + ": ")) << *failure;
+  EXPECT_FALSE(defaults->stored("key"));
+}
+
 TEST_F(FileUserDefaultsTest, standardPathIsInTheConfigurationDirectory) {
   const auto before = qgetenv("XDG_CONFIG_HOME");
   qputenv("XDG_CONFIG_HOME", "/somewhere");

@@ -33,6 +33,11 @@ class MemoryUserDefaults final : public UserDefaults {
       changed.emit();
     }
   }
+  std::optional<std::string> removePersistentDomain() override {
+    values_.clear();
+    changed.emit();
+    return problem;
+  }
 
  private:
   std::map<std::string, DefaultsValue, std::less<>> values_;

@@ -6,19 +6,19 @@
 
 namespace zolvex {
 
-namespace {
-
 std::string homeDirectory() {
   if (const char* home = std::getenv("HOME"); home && *home) return home;
   const auto* user = getpwuid(getuid());
   return user ? user->pw_dir : "";
 }
 
-}  // namespace
+std::string userFolder(const char* variable, const std::string& otherwise) {
+  const char* folder = std::getenv(variable);
+  return folder && *folder == '/' ? folder : homeDirectory() + "/" + otherwise;
+}
 
 std::string userConfigHome() {
-  const char* base = std::getenv("XDG_CONFIG_HOME");
-  return base && *base == '/' ? base : homeDirectory() + "/.config";
+  return userFolder("XDG_CONFIG_HOME", ".config");
 }
 
 std::string configDirectory() {

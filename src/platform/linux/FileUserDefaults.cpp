@@ -92,7 +92,7 @@ void FileUserDefaults::write() {
   if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found); unusable && !makeRoom(*unusable)) return;
   // A missing file may be one that an editor is just about to replace: what it held is not given up.
   if (auto* settings = std::get_if<QJsonObject>(&found)) inForce_ = withUnsaved(std::move(*settings));
-  written(file_.write(inForce_));
+  if (!isRemoved_) written(file_.write(inForce_));
 }
 
 /// Whether the file may be written now although it cannot be used as it is.
@@ -175,6 +175,17 @@ void FileUserDefaults::adopt(QJsonObject found) {
   if (inForce_ == before) return;
   tellMistyped();
   changed.emit();
+}
+
+std::optional<std::string> FileUserDefaults::removePersistentDomain() {
+  isRemoved_ = true;
+  settle_ = {};
+  if (const auto watched = watcher_.files() + watcher_.directories(); !watched.isEmpty()) watcher_.removePaths(watched);
+  inForce_ = {};
+  unsaved_.clear();
+  auto failure = file_.remove();
+  changed.emit();
+  return failure;
 }
 
 void FileUserDefaults::tellUnusable(const SettingsFile::Unusable& found) {

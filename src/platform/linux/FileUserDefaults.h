@@ -51,6 +51,7 @@ class FileUserDefaults final : public UserDefaults {
   void noteEventually(std::string_view key, DefaultsValue value) override;
   void remove(std::string_view key) override;
   std::optional<std::string> persistenceProblem() const override { return failure_; }
+  std::optional<std::string> removePersistentDomain() override;
 
  private:
   enum class By { user, program };
@@ -81,6 +82,7 @@ class FileUserDefaults final : public UserDefaults {
   QMap<QString, QJsonValue> unsaved_;  // what is not in the file yet; undefined is a removal
   bool hasUserChange_ = false;         // some of it is by the user
   bool isUsable_ = true;               // the file, when it was last looked at
+  bool isRemoved_ = false;             // for good; nothing is written any more
   FileFailure failure_;                // of the last attempt to write
   bool isWatchFailing_ = false;
   std::string mistyped_;  // keys last told of

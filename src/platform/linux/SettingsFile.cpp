@@ -125,6 +125,12 @@ std::optional<std::string> SettingsFile::keepAside() const {
   return name;
 }
 
+FileFailure SettingsFile::remove() const {
+  for (const auto& file : {target(), path_})
+    if (unlink(file.c_str()) != 0 && errno != ENOENT) return fileFailure("remove", file);
+  return std::nullopt;
+}
+
 FileDescriptor SettingsFile::lock() const {
   FileDescriptor directory(open(directoryOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   const auto limit = std::chrono::steady_clock::now() + lockLimit;

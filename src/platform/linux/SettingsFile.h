@@ -43,6 +43,9 @@ class SettingsFile {
   /// Gives what is there the unused name "NAME.damaged-TIME". Returns that name, or none when it cannot be done.
   std::optional<std::string> keepAside() const;
 
+  /// Removes the file, with what it links to.
+  FileFailure remove() const;
+
   /// Keeps other Zolvex processes from writing until the result is destroyed. Waits for them, but not for long: who
   /// holds the lock longer than a write takes has been stopped. Where there are no locks it is not open.
   FileDescriptor lock() const;
