@@ -1,5 +1,6 @@
 #include "app/SharedObjects.h"
 
+#include "app/InstalledHelp.h"
 #include "core/SettingsKeys.h"
 #include "platform/linux/ConfigDirectory.h"
 #include "platform/linux/OwnExecutable.h"
@@ -64,6 +65,7 @@ SharedObjects::SharedObjects()
       hotKey_({mainQueue_, defaults_, *hotKeys_, deviceManager_}),
       uninstallSystem_(ownInstallation(), HomeTraces::standard(), sessionBus_, [] { QCoreApplication::quit(); }),
       uninstaller_({mainQueue_, launchAtLogin_, defaults_, uninstallSystem_, notificationCenter_}),
+      helpPage_(installedHelp(ownExecutable())),
       control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_,
                 launchAtLogin_},
                decisions_, sessionBus_) {}

@@ -24,6 +24,7 @@
 #include "platform/linux/hotkey/DesktopHotKeys.h"
 #include "platform/linux/uninstall/LinuxUninstall.h"
 #include "ui/GlobalHotKey.h"
+#include "ui/HelpPage.h"
 #include "ui/Uninstaller.h"
 #include "ui/ZolvexNotifier.h"
 
@@ -47,6 +48,7 @@ class SharedObjects {
   // What windows, where there are any, show and operate besides.
   GlobalHotKey& hotKey() { return hotKey_; }
   Uninstaller& uninstaller() { return uninstaller_; }
+  const HelpPage& helpPage() const { return helpPage_; }
 
  private:
   QtMainQueue mainQueue_;
@@ -80,6 +82,7 @@ class SharedObjects {
   GlobalHotKey hotKey_;
   LinuxUninstall uninstallSystem_;
   Uninstaller uninstaller_;
+  const HelpPage helpPage_;
   control::ControlService control_;
 };
 
