@@ -8,6 +8,7 @@ namespace zolvex::control {
 inline constexpr QLatin1StringView serviceName{"quenmar.zolvex.app"};
 inline constexpr QLatin1StringView objectPath{"/quenmar/zolvex/app"};
 inline constexpr QLatin1StringView interfaceName{"quenmar.zolvex.app.Control"};
+inline constexpr QLatin1StringView applicationInterface{"org.freedesktop.Application"};  // the desktop's
 inline constexpr QLatin1StringView propertiesInterface{"org.freedesktop.DBus.Properties"};
 
 /// Errors of its methods.

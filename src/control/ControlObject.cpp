@@ -18,6 +18,23 @@ namespace {
 
 using Result = std::variant<QVariantList, ControlError>;
 
+constexpr auto applicationXml = R"(
+  <interface name="org.freedesktop.Application">
+    <method name="Activate">
+      <arg name="platform_data" type="a{sv}" direction="in"/>
+    </method>
+    <method name="Open">
+      <arg name="uris" type="as" direction="in"/>
+      <arg name="platform_data" type="a{sv}" direction="in"/>
+    </method>
+    <method name="ActivateAction">
+      <arg name="action_name" type="s" direction="in"/>
+      <arg name="parameter" type="av" direction="in"/>
+      <arg name="platform_data" type="a{sv}" direction="in"/>
+    </method>
+  </interface>
+)";
+
 Result resultOf(const Refusal& refusal) {
   return refusal ? Result(*refusal) : Result(QVariantList());
 }
@@ -72,6 +89,7 @@ void ControlObject::addMethods() {
   });
   add("Release", "", [this](const QVariantList&, const Answer& answer) { answer(resultOf(operations_.release())); });
   add("Cancel", "", [this](const QVariantList&, const Answer& answer) { answer(QVariantList{operations_.cancel()}); });
+  add("Show", "", [this](const QVariantList&, const Answer& answer) { answer(resultOf(operations_.show())); });
   add("Refresh", "", [this](const QVariantList&, const Answer& answer) {
     operations_.refresh();
     answer(QVariantList());
@@ -104,13 +122,15 @@ void ControlObject::addSetupMethods() {
 }
 
 QString ControlObject::introspect(const QString&) const {
-  return QString::fromLatin1(introspectionXml);
+  return QString::fromLatin1(introspectionXml) + QString::fromLatin1(applicationXml);
 }
 
 bool ControlObject::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
   const auto interface = message.interface();
   if (interface == propertiesInterface)
     callProperties(message, connection);
+  else if (interface == applicationInterface)
+    callApplication(message, connection);
   else if (interface == interfaceName || (interface.isEmpty() && methods_.contains(message.member())))
     callMethod(message, connection);
   else
@@ -131,6 +151,17 @@ void ControlObject::callMethod(const QDBusMessage& message, const QDBusConnectio
       connection.send(values ? message.createReply(*values) : errorReply(message, std::get<ControlError>(result)));
     });
   }
+}
+
+/// Whatever is activated: there is one window, and it opens no files.
+void ControlObject::callApplication(const QDBusMessage& message, const QDBusConnection& connection) {
+  const auto call = message.member() + u'(' + message.signature() + u')';
+  if (call != "Activate(a{sv})"_L1 && call != "Open(asa{sv})"_L1 && call != "ActivateAction(sava{sv})"_L1) {
+    connection.send(message.createErrorReply(QDBusError::UnknownMethod, u"no such method"_s));
+    return;
+  }
+  const auto refusal = operations_.show();
+  connection.send(refusal ? errorReply(message, *refusal) : message.createReply());
 }
 
 void ControlObject::callProperties(const QDBusMessage& message, const QDBusConnection& connection) {

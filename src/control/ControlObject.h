@@ -17,7 +17,8 @@
 namespace zolvex::control {
 
 /// The object on the bus: reads calls and property requests, has them carried out, answers, and sends
-/// PropertiesChanged. Knows the members only by the tables in its source and the interface's XML. Main thread.
+/// PropertiesChanged. Knows the members only by the tables in its source and the interface's XML. It also takes the
+/// calls with which a desktop starts and activates an application. Main thread.
 class ControlObject final : public QDBusVirtualObject {
  public:
   /// `decisions` repeats the log lines that are told.
@@ -41,6 +42,7 @@ class ControlObject final : public QDBusVirtualObject {
   void add(const char* name, const char* signature, decltype(Method::run) run);
 
   void callMethod(const QDBusMessage& message, const QDBusConnection& connection);
+  void callApplication(const QDBusMessage& message, const QDBusConnection& connection);
   void callProperties(const QDBusMessage& message, const QDBusConnection& connection);
   QDBusMessage propertyReply(const QDBusMessage& message) const;
   void tellAssigned(const QString& name, const QVariant& value);

@@ -46,6 +46,11 @@ void ControlOperations::refresh() {
   use_.deviceManager.refreshFromLiveState();
 }
 
+Refusal ControlOperations::show() {
+  if (use_.showWindows && use_.showWindows()) return std::nullopt;
+  return ControlError{error::failed, "This Zolvex has no windows: it has no display, or cannot use it."};
+}
+
 void ControlOperations::manageDevices(std::vector<std::string> addresses, Done done) {
   if (auto refusal = refusalOfSetup(!addresses.empty())) return done(refusal);
   scan_.list([this, addresses = std::move(addresses), done = std::move(done)](const PairedDeviceScan::Devices& paired) {

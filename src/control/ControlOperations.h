@@ -24,6 +24,7 @@ struct Controlled {
   const BluetoothWorkerClient& workerClient;
   SerialQueue& scanQueue;  ///< Only for listings of paired devices.
   LaunchAtLogin& launchAtLogin;
+  std::function<bool()> showWindows = {};  ///< Whether there are windows to show; empty: none.
 };
 
 /// What the popover and the settings page can do, for callers that must be told why something was refused. It decides
@@ -41,6 +42,9 @@ class ControlOperations {
   /// Whether there was something to cancel.
   bool cancel();
   void refresh();
+
+  /// Brings the popover up.
+  Refusal show();
 
   void pairedDevices(PairedDeviceScan::Answer answer) { scan_.list(std::move(answer)); }
   void manageDevices(std::vector<std::string> addresses, Done done);

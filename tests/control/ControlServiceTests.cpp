@@ -129,7 +129,25 @@ TEST_F(ControlServiceTest, everyDescribedMethodExists) {
     EXPECT_EQ(reply.errorName(), u"org.freedesktop.DBus.Error.InvalidArgs"_s);
     ++count;
   }
-  EXPECT_EQ(count, 12);
+  EXPECT_EQ(count, 13);
+}
+
+TEST_F(ControlServiceTest, isActivatedLikeOtherApplications) {
+  for (const auto& [method, arguments] :
+       std::vector<std::pair<QString, QVariantList>>{{u"Activate"_s, {QVariantMap()}},
+                                                     {u"Open"_s, {QStringList{u"file:///tmp"_s}, QVariantMap()}},
+                                                     {u"ActivateAction"_s, {u"x"_s, QVariantList(), QVariantMap()}}})
+    EXPECT_EQ(client->call(method, arguments, applicationInterface).type(), QDBusMessage::ReplyMessage);
+  EXPECT_EQ(client->call(u"Show"_s).type(), QDBusMessage::ReplyMessage);
+  EXPECT_EQ(computer.timesShown, 4);
+  EXPECT_EQ(client->call(u"Activate"_s, {}, applicationInterface).errorName(),
+            u"org.freedesktop.DBus.Error.UnknownMethod"_s);
+}
+
+TEST_F(ControlServiceTest, withoutWindowsNothingCanBeShown) {
+  computer.hasWindows = false;
+  EXPECT_EQ(client->call(u"Show"_s).errorName(), QString(error::failed));
+  EXPECT_EQ(client->call(u"Activate"_s, {QVariantMap()}, applicationInterface).errorName(), QString(error::failed));
 }
 
 TEST_F(ControlServiceTest, misuseIsAnErrorAndNothingElse) {

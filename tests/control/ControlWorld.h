@@ -38,9 +38,22 @@ class ControlWorld {
   }
 
   control::Controlled controlled() {
-    return {world.time,      world.defaults,     world.store(), world.manager(),
-            world.network(), world.workerClient, scanQueue,     launchAtLogin};
+    return {world.time,
+            world.defaults,
+            world.store(),
+            world.manager(),
+            world.network(),
+            world.workerClient,
+            scanQueue,
+            launchAtLogin,
+            [this] {
+              timesShown += hasWindows ? 1 : 0;
+              return hasWindows;
+            }};
   }
+
+  bool hasWindows = true;
+  int timesShown = 0;
 
   World world;
   VirtualSerialQueue scanQueue{world.time};

@@ -59,7 +59,7 @@ int Commands::run(const Invocation& invocation) {
       {"manage", &Commands::manage},       {"peers", &Commands::peers},
       {"add-peer", &Commands::addPeer},    {"remove-peer", &Commands::removePeer},
       {"transport", &Commands::transport}, {"settings", &Commands::settings},
-      {"watch", &Commands::watch},
+      {"watch", &Commands::watch},         {"show", &Commands::show},
   };
   registerTypes();
   invocation_ = invocation;
@@ -76,6 +76,10 @@ int Commands::status() {
   const auto& values = std::get<QVariantMap>(state);
   print(invocation_.json ? report::statusJson(values) : report::status(values));
   return exitStatus::done;
+}
+
+int Commands::show() {
+  return simple(u"Show"_s, {}, "");
 }
 
 int Commands::flow() {

@@ -14,6 +14,7 @@ class Commands {
 
  private:
   int status();
+  int show();
   int flow();
   int cancel();
   int devices();
