@@ -1,7 +1,9 @@
 #include "app/Application.h"
 
 #include "app/ApplicationArguments.h"
+#include "app/RunningInstance.h"
 #include "app/SharedObjects.h"
+#include "app/UserInterfaceModule.h"
 #include "core/Log.h"
 #include "core/Version.h"
 #include "platform/linux/InstanceLock.h"
@@ -15,6 +17,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +35,18 @@ void print(std::FILE* stream, std::string_view text) {
   std::fwrite(text.data(), 1, text.size(), stream);
 }
 
+/// Makes the instance that holds the lock show itself, which is what the user wanted who started this one; where it
+/// cannot, tells how to control it. The exit status.
+int pointToRunning(const InstanceLock& lock) {
+  if (showRunningInstance()) return ended;
+  const auto holder = lock.holder();
+  print(stderr,
+        fmt::format("zolvex: Zolvex is already running for this user{}. Control it with zolvexctl, for example: "
+                    "zolvexctl status\n",
+                    holder.empty() ? "" : " (process " + holder + ")"));
+  return alreadyRunning;
+}
+
 /// Whether this is the user's only instance. Where that cannot be found out, it counts as such.
 bool isOnlyInstance(InstanceLock& lock) {
   switch (lock.acquire()) {
@@ -43,31 +58,29 @@ bool isOnlyInstance(InstanceLock& lock) {
     case InstanceLock::Result::heldByAnother:
       break;
   }
-  const auto holder = lock.holder();
-  print(stderr,
-        fmt::format("zolvex: Zolvex is already running for this user{}. Control it with zolvexctl, for example: "
-                    "zolvexctl status\n",
-                    holder.empty() ? "" : " (process " + holder + ")"));
   return false;
 }
 
-void runUntilSignal() {
+void runUntilSignal(UserInterfacePlugin* windows) {
   const TerminationSignals signals([](int signal) {
     logger.info("ending on SIG{}", sigabbrev_np(signal));
     QCoreApplication::quit();
   });
   logger.info("Zolvex {} starts", versionText());
-  SharedObjects objects;
+  SharedObjects objects(windows);
   objects.start();
   QCoreApplication::exec();
 }
 
 int runInBackground(int argc, char** argv) {
-  const QCoreApplication application(argc, argv);
   setLogSink(journalOrStandardError());
   InstanceLock lock(InstanceLock::standardPath());
-  if (!isOnlyInstance(lock)) return alreadyRunning;
-  runUntilSignal();
+  const bool isOnly = isOnlyInstance(lock);
+  const auto windows = isOnly ? loadUserInterface() : nullptr;
+  std::optional<QCoreApplication> application;  // the windows bring one of their own
+  if (!windows) application.emplace(argc, argv);
+  if (!isOnly) return pointToRunning(lock);
+  runUntilSignal(windows.get());
   // Everything of ours is in order. Qt, when it is taken apart, waits for its bus thread, and that one waits for a bus
   // that may never answer.
   std::fflush(nullptr);

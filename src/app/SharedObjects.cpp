@@ -7,7 +7,10 @@
 
 #include <QCoreApplication>
 
+#include <QCoreApplication>
+
 #include <string>
+#include <utility>
 
 namespace zolvex {
 
@@ -39,7 +42,7 @@ Installation ownInstallation() {
 
 }  // namespace
 
-SharedObjects::SharedObjects()
+SharedObjects::SharedObjects(UserInterfacePlugin* windows)
     : decisions_(mainQueue_, {"DeviceManager", "SessionEvents", "SleepPreparation"}),
       defaults_(mainQueue_, FileUserDefaults::standardPath()),
       systemBus_(mainQueue_, BusLink::Bus::system),
@@ -66,9 +69,10 @@ SharedObjects::SharedObjects()
       uninstallSystem_(ownInstallation(), HomeTraces::standard(), sessionBus_, [] { QCoreApplication::quit(); }),
       uninstaller_({mainQueue_, launchAtLogin_, defaults_, uninstallSystem_, notificationCenter_}),
       helpPage_(installedHelp(ownExecutable())),
-      control_({mainQueue_, defaults_, bluetoothStore_, deviceManager_, networkStore_, workerClient_, scanQueue_,
-                launchAtLogin_},
-               decisions_, sessionBus_) {}
+      pairedDeviceScan_(mainQueue_, scanQueue_, workerClient_),
+      control_(controlled(), decisions_, sessionBus_),
+      windows_(windows),
+      popoverRequest_(hotKey_.popoverRequested.observe([this] { showWindows(); })) {}
 
 SharedObjects::~SharedObjects() {
   hotKey_.stop();
@@ -78,11 +82,36 @@ SharedObjects::~SharedObjects() {
   scanQueue_.stop();
 }
 
+control::Controlled SharedObjects::controlled() {
+  return {mainQueue_,     defaults_,      bluetoothStore_,
+          deviceManager_, networkStore_,  workerClient_,
+          scanQueue_,     launchAtLogin_, [this] { return showWindows(); }};
+}
+
+UserInterfaceObjects SharedObjects::shown() {
+  return {.mainQueue = mainQueue_,
+          .defaults = defaults_,
+          .bluetoothStore = bluetoothStore_,
+          .deviceManager = deviceManager_,
+          .networkStore = networkStore_,
+          .launchAtLogin = launchAtLogin_,
+          .listPairedDevices = [this](auto answer) { pairedDeviceScan_.list(std::move(answer)); },
+          .hotKeyState = [this] { return hotKey_.state(); },
+          .uninstall = [this] { uninstaller_.uninstall(); },
+          .quit = [] { QCoreApplication::quit(); },
+          .helpAddress = [this] { return helpPage_.address(); }};
+}
+
+bool SharedObjects::showWindows() {
+  return userInterface_ && userInterface_->show();
+}
+
 void SharedObjects::start() {
   networkStore_.start(deviceManager_);
   systemBus_.start();
   sessionBus_.start();
   session_.start();
+  if (windows_) userInterface_ = windows_->open(shown());
   hotKey_.start();
 }
 

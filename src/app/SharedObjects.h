@@ -3,6 +3,7 @@
 #include "bluetooth/BluetoothPeripheralStore.h"
 #include "bluetooth/BluetoothWorkerClient.h"
 #include "control/ControlService.h"
+#include "control/PairedDeviceScan.h"
 #include "core/LogFeed.h"
 #include "core/ThreadQueue.h"
 #include "ownership/DeviceManager.h"
@@ -26,6 +27,7 @@
 #include "ui/GlobalHotKey.h"
 #include "ui/HelpPage.h"
 #include "ui/Uninstaller.h"
+#include "ui/UserInterfacePlugin.h"
 #include "ui/ZolvexNotifier.h"
 
 #include <memory>
@@ -34,23 +36,23 @@ namespace zolvex {
 
 /// Every long-lived object of the application, made once and in this order, each given what it needs. Construction
 /// registers the default settings and applies the default of launch at login before anything reads a setting; start()
-/// brings up the peer link, the buses, the watch over the session and the hot key, none of which need exist.
+/// brings up the peer link, the buses, the watch over the session, the windows and the hot key, none of which need exist.
 /// Destruction gives up the hot key, ends running workers and drops waiting work; the devices are not released. Main
 /// thread.
 class SharedObjects {
  public:
-  SharedObjects();
+  /// `windows` may be null: no display. It outlives this.
+  explicit SharedObjects(UserInterfacePlugin* windows);
   ~SharedObjects();
   SharedObjects(const SharedObjects&) = delete;
 
   void start();
 
-  // What windows, where there are any, show and operate besides.
-  GlobalHotKey& hotKey() { return hotKey_; }
-  Uninstaller& uninstaller() { return uninstaller_; }
-  const HelpPage& helpPage() const { return helpPage_; }
-
  private:
+  control::Controlled controlled();
+  UserInterfaceObjects shown();
+  bool showWindows();
+
   QtMainQueue mainQueue_;
   LogFeed decisions_;
   FileUserDefaults defaults_;
@@ -83,7 +85,11 @@ class SharedObjects {
   LinuxUninstall uninstallSystem_;
   Uninstaller uninstaller_;
   const HelpPage helpPage_;
+  control::PairedDeviceScan pairedDeviceScan_;
   control::ControlService control_;
+  UserInterfacePlugin* const windows_;
+  std::unique_ptr<UserInterface> userInterface_;
+  Subscription popoverRequest_;
 };
 
 }  // namespace zolvex

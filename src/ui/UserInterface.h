@@ -1,0 +1,52 @@
+#pragma once
+
+#include "bluetooth/BluetoothPeripheralStore.h"
+#include "bluetooth/PairedDevicePayload.h"
+#include "core/LaunchAtLogin.h"
+#include "core/MainQueue.h"
+#include "core/UserDefaults.h"
+#include "ownership/DeviceManager.h"
+#include "peer/NetworkDeviceStore.h"
+#include "ui/HotKeyState.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zolvex {
+
+/// The application's objects and services that the windows show and operate. All outlive the windows.
+struct UserInterfaceObjects {
+  using PairedDevices = std::vector<PairedDevicePayload>;
+
+  MainQueue& mainQueue;
+  UserDefaults& defaults;
+  BluetoothPeripheralStore& bluetoothStore;
+  DeviceManager& deviceManager;
+  NetworkDeviceStore& networkStore;
+  LaunchAtLogin& launchAtLogin;
+
+  /// Lists the paired devices in the background and answers on the main thread; an empty list when that failed.
+  std::function<void(std::function<void(const PairedDevices&)>)> listPairedDevices;
+
+  std::function<HotKeyState()> hotKeyState;
+
+  /// Removes all that Zolvex has put on this computer, then quits.
+  std::function<void()> uninstall;
+  std::function<void()> quit;
+
+  /// Where the help page is; none when there is none.
+  std::function<std::optional<std::string>()> helpAddress;
+};
+
+/// The windows of the application: the status item and the popover. Owned by the application; main thread.
+class UserInterface {
+ public:
+  virtual ~UserInterface() = default;
+
+  /// Shows the popover and gives it the keyboard. False when there can be no windows, which the log explains.
+  virtual bool show() = 0;
+};
+
+}  // namespace zolvex
