@@ -1,0 +1,60 @@
+#pragma once
+
+#include "ui/qt/PopoverModel.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QRect>
+
+#include <memory>
+#include <optional>
+
+class QQmlEngine;
+class QQuickWindow;
+
+namespace zolvex {
+
+/// The popover as a window. It is made at the first opening, as most starts of the program see none. With an anchor it
+/// is transient: without a frame, beside the icon that was clicked, and gone as soon as another window gets the
+/// keyboard. Without one, where no panel has our icon, it is a window like others. Main thread.
+class Popover final : public QObject {
+  Q_OBJECT
+
+ public:
+  explicit Popover(PopoverModel& model);
+  ~Popover() override;
+
+  /// Shows it, unless it is shown, and gives it the keyboard. False when its QML cannot be loaded, which is logged
+  /// once.
+  bool show(const std::optional<QRect>& anchor);
+  void close();
+
+  bool isShown() const;
+
+  /// Whether it lost the keyboard, and was closed for it, a moment ago: by the click that is now being handled.
+  bool wasClosedByThisClick() const;
+
+  /// Null before the first opening. For tests.
+  QQuickWindow* window() const { return window_.get(); }
+
+ private:
+  bool create();
+  bool createWindow();
+  bool fail(const QString& reason);
+  void dress();
+  void closed();
+  void activeChanged();
+
+ private Q_SLOTS:
+  void place();
+
+ private:
+  PopoverModel& model_;
+  std::unique_ptr<QQmlEngine> engine_;
+  std::unique_ptr<QQuickWindow> window_;
+  bool isBroken_ = false;
+  std::optional<QRect> anchor_;
+  QElapsedTimer sinceDeactivation_;
+};
+
+}  // namespace zolvex

@@ -1,0 +1,27 @@
+#include "ui/qt/PopoverPlacement.h"
+
+#include <algorithm>
+
+namespace zolvex {
+
+namespace {
+
+constexpr int gap = 6;  // between the icon, or the panel, and the popover
+
+int clamped(int position, int length, int start, int end) {
+  return std::max(start, std::min(position, end - length));
+}
+
+}  // namespace
+
+QPoint placePopover(const QRect& anchor, const QSize& size, const QRect& available) {
+  const auto area = available.adjusted(gap, gap, -gap, -gap);
+  const int below = anchor.y() + anchor.height() + gap;
+  const int above = anchor.y() - gap - size.height();
+  const bool isRoomBelow = below + size.height() <= area.y() + area.height();
+  const int x = anchor.x() + (anchor.width() - size.width()) / 2;
+  return {clamped(x, size.width(), area.x(), area.x() + area.width()),
+          clamped(isRoomBelow ? below : above, size.height(), area.y(), area.y() + area.height())};
+}
+
+}  // namespace zolvex

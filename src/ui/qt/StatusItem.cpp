@@ -1,0 +1,87 @@
+#include "ui/qt/StatusItem.h"
+
+#include "core/Log.h"
+#include "ui/qt/MainModel.h"
+#include "ui/qt/QtText.h"
+#include "ui/qt/SymbolDrawing.h"
+
+#include <QCursor>
+
+namespace zolvex {
+
+namespace {
+
+constexpr Logger logger("UserInterface");
+
+}  // namespace
+
+StatusItem::StatusItem(const UserInterfaceObjects& objects, Popover& popover) : use_(objects), popover_(popover) {
+  connect(&host_, &TrayHost::changed, this, &StatusItem::hostChanged);
+}
+
+StatusItem::~StatusItem() = default;
+
+void StatusItem::start() {
+  host_.start();
+  poll();
+}
+
+void StatusItem::poll() {
+  host_.look();
+  update();
+  nextPoll_ = use_.mainQueue.after(pollInterval, [this] { poll(); });
+}
+
+void StatusItem::update() {
+  const auto before = shown_;
+  shown_ = presentStatusItem(use_.deviceManager.isSwitching(), use_.bluetoothStore.anyConnected());
+  if (!icon_) return;
+  if (shown_ != before) icon_->setIcon(SymbolDrawing::trayIcon(qString(shown_.iconName)));
+  updateMenu();
+}
+
+void StatusItem::hostChanged() {
+  icon_.reset();
+  menu_.reset();
+  action_ = nullptr;
+  if (host_.kind() == TrayHost::Kind::none) return logger.info("the panel with the status item is gone");
+  icon_ = std::make_unique<QSystemTrayIcon>(SymbolDrawing::trayIcon(qString(shown_.iconName)));
+  icon_->setToolTip(qString(shown_.accessibleName));
+  if (host_.kind() == TrayHost::Kind::menu) provideMenu();
+  connect(icon_.get(), &QSystemTrayIcon::activated, this, &StatusItem::clicked);
+  icon_->show();
+  logger.info("the status item is in the panel");
+}
+
+void StatusItem::provideMenu() {
+  const StatusItemMenu texts = presentStatusItemMenu(use_.bluetoothStore.anyConnected());
+  menu_ = std::make_unique<QMenu>();
+  menu_->addAction(qString(texts.open), this, [this] { popover_.show(anchor()); });
+  action_ = menu_->addAction(qString(texts.action.text), this, [this] {
+    run(presentStatusItemMenu(use_.bluetoothStore.anyConnected()).action.action, use_.deviceManager);
+  });
+  menu_->addSeparator();
+  menu_->addAction(qString(texts.quit), this, [this] { use_.quit(); });
+  connect(menu_.get(), &QMenu::aboutToShow, this, &StatusItem::updateMenu);
+  icon_->setContextMenu(menu_.get());
+}
+
+void StatusItem::updateMenu() {
+  if (action_) action_->setText(qString(presentStatusItemMenu(use_.bluetoothStore.anyConnected()).action.text));
+}
+
+void StatusItem::clicked(QSystemTrayIcon::ActivationReason reason) {
+  const bool isRight = reason == QSystemTrayIcon::Context;
+  if (isRight && menu_) return;  // the panel shows the menu
+  if (isRight && popover_.isShown()) return popover_.close();
+  if (isRight && popover_.wasClosedByThisClick()) return;
+  popover_.show(anchor());
+}
+
+std::optional<QRect> StatusItem::anchor() const {
+  if (!icon_) return std::nullopt;
+  const auto geometry = icon_->geometry();
+  return geometry.isEmpty() ? QRect(QCursor::pos(), QSize(1, 1)) : geometry;
+}
+
+}  // namespace zolvex

@@ -1,0 +1,85 @@
+// Qt 6.4 cannot bind components to the file that they are in.
+// qmllint disable unqualified
+import QtQuick
+import QtQuick.Layouts
+import Zolvex
+
+/// What this program is, and where to read more.
+FocusScope {
+    id: page
+
+    required property PopoverModel popover
+    readonly property AboutModel shown: popover.about
+
+    implicitHeight: column.implicitHeight + 2 * Theme.margin
+    Component.onCompleted: back.forceActiveFocus()
+
+    ColumnLayout {
+        id: column
+
+        anchors.fill: parent
+        anchors.margins: Theme.margin
+        spacing: Theme.spacing
+
+        BackBar {
+            id: back
+
+            objectName: "back"
+            Layout.leftMargin: -4
+            symbol: page.shown.backSymbol
+            text: page.shown.title
+            onClicked: page.popover.back()
+        }
+        ColumnLayout {
+            Layout.fillWidth: true
+            Layout.margins: Theme.spacing
+            spacing: Theme.smallSpacing
+
+            Image {
+                Layout.alignment: Qt.AlignHCenter
+                Layout.preferredWidth: Theme.applicationIcon
+                Layout.preferredHeight: Theme.applicationIcon
+                sourceSize.width: Theme.applicationIcon
+                sourceSize.height: Theme.applicationIcon
+                source: "qrc:/zolvex/icons/quenmar.zolvex.app.svg"
+                Accessible.ignored: true
+            }
+            ThemedText {
+                Layout.fillWidth: true
+                horizontalAlignment: Text.AlignHCenter
+                text: page.shown.line
+                wrapMode: Text.Wrap
+                font.pointSize: Theme.titleSize
+                font.weight: Font.DemiBold
+                Accessible.role: Accessible.Heading
+            }
+            ThemedText {
+                Layout.fillWidth: true
+                horizontalAlignment: Text.AlignHCenter
+                text: page.popover.version
+                color: Theme.tertiary
+                font.pointSize: Theme.captionSize
+            }
+        }
+        ColumnLayout {
+            spacing: Theme.smallSpacing
+
+            Repeater {
+                model: page.shown.buttons
+
+                PushButton {
+                    required property int index
+                    required property string modelData
+
+                    objectName: modelData
+                    Layout.fillWidth: true
+                    text: modelData
+                    tint: isProminent ? "accent" : "primary"
+                    isProminent: page.shown.isProminent(index)
+                    enabled: page.shown.isEnabled(index)
+                    onClicked: page.shown.run(index)
+                }
+            }
+        }
+    }
+}

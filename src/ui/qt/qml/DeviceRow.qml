@@ -1,0 +1,45 @@
+import QtQuick
+import QtQuick.Layouts
+import Zolvex
+
+/// A managed device: what it is, its name, whether it is here.
+RowLayout {
+    id: row
+
+    required property string symbol
+    required property string name
+    required property string dot
+    required property string caption
+
+    spacing: Theme.smallSpacing
+    Accessible.role: Accessible.ListItem
+    Accessible.name: caption.length > 0 ? name + ", " + caption : name
+    Accessible.description: dot === "green" ? "Connected" : "Disconnected"
+
+    Item {
+        Layout.preferredWidth: Theme.deviceSymbolWidth
+        Layout.preferredHeight: Theme.symbol
+
+        SymbolItem {
+            anchors.centerIn: parent
+            width: Theme.symbol
+            height: Theme.symbol
+            name: row.symbol
+            colour: Theme.secondary
+        }
+    }
+    ThemedText {
+        Layout.fillWidth: true
+        text: row.name
+    }
+    ThemedText {
+        visible: row.caption.length > 0
+        text: row.caption
+        color: Theme.secondary
+        font.pointSize: Theme.captionSize
+    }
+    Dot {
+        Layout.rightMargin: 2
+        role: row.dot
+    }
+}

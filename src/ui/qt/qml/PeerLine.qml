@@ -1,0 +1,46 @@
+import QtQuick
+import QtQuick.Layouts
+import Zolvex
+
+/// Another computer with the one thing that can be done with it.
+RowLayout {
+    id: line
+
+    required property string name
+    required property string dot
+    required property string detail
+    required property string button
+    property bool isProminent: false
+    property string tint: "accent"
+    signal clicked
+
+    spacing: Theme.smallSpacing
+
+    Dot {
+        Layout.leftMargin: Theme.tinySpacing
+        role: line.dot
+    }
+    ColumnLayout {
+        spacing: 0
+
+        ThemedText {
+            Layout.fillWidth: true
+            text: line.name
+        }
+        ThemedText {
+            Layout.fillWidth: true
+            text: line.detail
+            color: Theme.secondary
+            font.pointSize: Theme.captionSize
+        }
+    }
+    PushButton {
+        objectName: line.objectName + "Button"
+        text: line.button
+        tint: line.tint
+        isProminent: line.isProminent
+        isSmall: true
+        Accessible.description: line.name
+        onClicked: line.clicked()
+    }
+}

@@ -1,0 +1,63 @@
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Templates as T
+import Zolvex
+
+/// The row that opens and closes a section of the settings.
+T.Button {
+    id: header
+
+    required property sectionValue section
+
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    padding: Theme.smallSpacing + 2
+    text: section.title
+    Accessible.name: text
+    Accessible.description: section.summary
+    Accessible.checkable: true
+    Accessible.checked: section.isExpanded
+    Keys.onReturnPressed: header.clicked()
+    Keys.onEnterPressed: header.clicked()
+
+    background: Rectangle {
+        radius: Theme.radius
+        color: header.down ? Theme.controlPressed : header.hovered ? Theme.controlHovered : "transparent"
+
+        FocusRing {
+            inset: 0
+            visible: header.visualFocus
+        }
+    }
+    contentItem: RowLayout {
+        spacing: Theme.spacing - 2
+
+        SymbolItem {
+            implicitWidth: Theme.symbol + 2
+            implicitHeight: Theme.symbol + 2
+            name: header.section.symbol
+            colour: Theme.secondary
+        }
+        ColumnLayout {
+            spacing: 1
+
+            ThemedText {
+                Layout.fillWidth: true
+                text: header.section.title
+                font.weight: Font.DemiBold
+            }
+            ThemedText {
+                Layout.fillWidth: true
+                text: header.section.summary
+                color: Theme.secondary
+                font.pointSize: Theme.captionSize
+            }
+        }
+        SymbolItem {
+            implicitWidth: Theme.symbol
+            implicitHeight: Theme.symbol
+            name: header.section.chevron
+            colour: Theme.secondary
+        }
+    }
+}
