@@ -22,11 +22,12 @@ class XvfbServer {
     return {};
   }
 
-  /// At a display of its own choice, or at the given one.
-  [[nodiscard]] bool start(const QString& display = {}) {
+  /// At a display of its own choice, or at the given one; `options` are further ones for the server.
+  [[nodiscard]] bool start(const QString& display = {}, const QStringList& options = {}) {
     QStringList arguments{QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-nolisten"),
                           QStringLiteral("tcp"), QStringLiteral("-noreset")};
     if (!display.isEmpty()) arguments.prepend(display);
+    arguments += options;
     server_.emplace(QStringLiteral("Xvfb"), arguments);
     if (!server_->prints("\n")) return false;
     display_ = ":" + QString::fromStdString(server_->output()).trimmed().toStdString();

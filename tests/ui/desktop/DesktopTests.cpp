@@ -1,0 +1,123 @@
+#include "ui/desktop/DesktopWorld.h"
+
+namespace zolvex::test {
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+
+constexpr auto docked = "the status item is in the panel";
+constexpr auto setUp = R"({"managedDeviceAddresses": ["A1"], "autoConnect": false, "didOpenAtFirstStart": true})";
+
+struct DesktopTest : testing::Test {
+  void SetUp() override {
+    if (const auto reason = DesktopWorld::reasonAgainst(); !reason.empty()) GTEST_SKIP() << reason;
+    ASSERT_TRUE(desktop.start());
+  }
+  void startDocked() {
+    desktop.computer.writeSettings(setUp);
+    ASSERT_TRUE(desktop.startZolvex());
+    ASSERT_TRUE(zolvex().complains(docked));
+    waitForDock();
+  }
+  /// The panel takes the icon some time after it was offered.
+  void waitForDock() {
+    ASSERT_TRUE(runUntil([this] {
+      desktop.click(DesktopWorld::icon);
+      return desktop.isShownNow();
+    }));
+    desktop.press(u"Escape"_s);
+    ASSERT_TRUE(desktop.isHidden());
+  }
+  ProgramRun& zolvex() { return *desktop.computer.zolvex; }
+
+  void expectQuietEnd() {
+    EXPECT_EQ(desktop.computer.end(), 0);
+    const auto log = zolvex().errors();
+    EXPECT_EQ(log.find("qrc:"), std::string::npos) << log;
+    EXPECT_EQ(log.find("QML"), std::string::npos) << log;
+  }
+
+  DesktopWorld desktop;
+};
+
+TEST_F(DesktopTest, aLeftClickShowsAndNeverCloses) {
+  startDocked();
+  desktop.click(DesktopWorld::icon);
+  EXPECT_TRUE(desktop.isShown());
+  desktop.click(DesktopWorld::icon);
+  EXPECT_TRUE(desktop.isShown());
+  expectQuietEnd();
+}
+
+TEST_F(DesktopTest, aRightClickShowsAndCloses) {
+  startDocked();
+  desktop.click(DesktopWorld::icon, 3);
+  EXPECT_TRUE(desktop.isShown());
+  desktop.click(DesktopWorld::icon, 3);
+  EXPECT_TRUE(desktop.isHidden());
+  expectQuietEnd();
+}
+
+TEST_F(DesktopTest, aClickElsewhereAndEscapeClose) {
+  startDocked();
+  desktop.click(DesktopWorld::icon);
+  ASSERT_TRUE(desktop.isShown());
+  desktop.click(DesktopWorld::nowhere);
+  EXPECT_TRUE(desktop.isHidden());
+  desktop.click(DesktopWorld::icon);
+  ASSERT_TRUE(desktop.isShown());
+  desktop.press(u"Escape"_s);
+  EXPECT_TRUE(desktop.isHidden());
+  expectQuietEnd();
+}
+
+TEST_F(DesktopTest, theVeryFirstStartOpensThePopoverAndLaterOnesDoNot) {
+  ASSERT_TRUE(desktop.startZolvex());
+  EXPECT_TRUE(desktop.isShown());
+  expectQuietEnd();
+  ASSERT_TRUE(desktop.startZolvex());
+  ASSERT_TRUE(zolvex().complains("Launch: evaluating auto-connect"));  // long after it would have opened
+  EXPECT_FALSE(desktop.isShownNow());
+  expectQuietEnd();
+}
+
+TEST_F(DesktopTest, withoutAPanelASecondStartAndZolvexctlShowAWindow) {
+  desktop.stopPanel();
+  desktop.computer.writeSettings(setUp);
+  ASSERT_TRUE(desktop.startZolvex());
+  EXPECT_EQ(ProgramRun(QStringLiteral(ZOLVEX), {}, desktop.variables()).exitStatus(), 0);
+  EXPECT_TRUE(desktop.isShown());
+  desktop.press(u"Escape"_s);
+  EXPECT_TRUE(desktop.isHidden());
+  EXPECT_EQ(desktop.computer.control({u"show"_s}).exitStatus(), 0);
+  EXPECT_TRUE(desktop.isShown());
+  expectQuietEnd();
+}
+
+TEST_F(DesktopTest, thePanelMayComeLateAndRestart) {
+  desktop.stopPanel();
+  desktop.computer.writeSettings(setUp);
+  ASSERT_TRUE(desktop.startZolvex());
+  desktop.startPanel();
+  ASSERT_TRUE(zolvex().complains(docked));
+  waitForDock();
+  desktop.stopPanel();
+  ASSERT_TRUE(zolvex().complains("the panel with the status item is gone"));
+  desktop.startPanel();
+  waitForDock();
+  expectQuietEnd();
+}
+
+TEST_F(DesktopTest, aDisplayThatDoesNotAnswerMeansNoWindows) {
+  desktop.computer.writeSettings(setUp);
+  auto variables = desktop.variables();
+  variables.emplace_back(u"DISPLAY"_s, u":9999"_s);
+  desktop.computer.zolvex.emplace(QStringLiteral(ZOLVEX), QStringList{}, variables);
+  EXPECT_TRUE(zolvex().complains("no windows: no display answers"));
+  EXPECT_TRUE(zolvex().complains("Device manager started"));
+  EXPECT_EQ(desktop.computer.control({u"show"_s}).exitStatus(), 1);
+  EXPECT_EQ(desktop.computer.end(), 0);
+}
+
+}  // namespace
+}  // namespace zolvex::test

@@ -1,0 +1,51 @@
+#include "ui/qt/PopoverPlacement.h"
+
+#include <gtest/gtest.h>
+
+namespace zolvex::test {
+namespace {
+
+const QSize size(320, 400);
+const QRect wholeScreen(0, 0, 1280, 800);
+
+QRect placed(const QRect& anchor, const QRect& available) {
+  return {placePopover(anchor, size, available), size};
+}
+
+TEST(PopoverPlacementTest, hangsBelowAnIconOnATopPanel) {
+  const auto popover = placed({600, 2, 24, 24}, {0, 28, 1280, 772});
+  EXPECT_EQ(popover.center().x(), 611);
+  EXPECT_GE(popover.top(), 28);
+  EXPECT_LE(popover.top(), 40);
+}
+
+TEST(PopoverPlacementTest, standsAboveAnIconOnABottomPanel) {
+  const auto popover = placed({1200, 776, 24, 24}, {0, 0, 1280, 772});
+  EXPECT_LE(popover.right(), 1279);
+  EXPECT_LE(popover.bottom(), 771);
+  EXPECT_GE(popover.bottom(), 755);
+}
+
+TEST(PopoverPlacementTest, staysOnTheScreenInEveryCorner) {
+  for (const auto& corner : {QPoint(0, 0), QPoint(1256, 0), QPoint(0, 776), QPoint(1256, 776)})
+    EXPECT_TRUE(wholeScreen.contains(placed({corner, QSize(24, 24)}, wholeScreen))) << corner.x() << "," << corner.y();
+}
+
+TEST(PopoverPlacementTest, keepsBesideAPanelOnTheSide) {
+  EXPECT_GE(placed({2, 300, 24, 24}, {28, 0, 1252, 800}).left(), 28);
+  EXPECT_LE(placed({1254, 300, 24, 24}, {0, 0, 1252, 800}).right(), 1251);
+}
+
+TEST(PopoverPlacementTest, staysOnTheMonitorOfItsIcon) {
+  const QRect second(1280, 0, 1024, 768);
+  EXPECT_TRUE(second.contains(placed({1282, 2, 24, 24}, second)));
+  const QRect left(-1024, 200, 1024, 768);
+  EXPECT_TRUE(left.contains(placed({-30, 940, 24, 24}, left)));
+}
+
+TEST(PopoverPlacementTest, oneThatIsTooLargeShowsItsTop) {
+  EXPECT_GE(placePopover({600, 2, 24, 24}, {320, 2000}, wholeScreen).y(), 0);
+}
+
+}  // namespace
+}  // namespace zolvex::test

@@ -1,0 +1,108 @@
+#include "ui/qt/UiWorld.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+
+namespace zolvex::test {
+
+namespace {
+
+void failOnWarning(QtMsgType type, const QMessageLogContext&, const QString& text) {
+  if (type == QtDebugMsg || type == QtInfoMsg) return;
+  if (text.startsWith(u"This plugin does not support ")) return;  // of the platform without a screen
+  ADD_FAILURE() << "Qt says: " << text.toStdString();
+}
+
+void collectVisible(QQuickItem* item, std::vector<QQuickItem*>& found) {
+  if (!item->isVisible()) return;
+  found.push_back(item);
+  for (auto* child : item->childItems()) collectVisible(child, found);
+}
+
+void send(QWindow& window, QEvent::Type type, const QPointF& position, Qt::MouseButtons buttons) {
+  QMouseEvent event(type, position, window.mapToGlobal(position), Qt::LeftButton, buttons, Qt::NoModifier);
+  QCoreApplication::sendEvent(&window, &event);
+}
+
+}  // namespace
+
+QtWarnings::QtWarnings() {
+  qInstallMessageHandler(failOnWarning);
+}
+
+QtWarnings::~QtWarnings() {
+  qInstallMessageHandler(nullptr);
+}
+
+UiWorld::UiWorld(const std::vector<std::string>& devices, bool hasPeer) : world(devices, hasPeer) {}
+
+UserInterfaceObjects UiWorld::objects() {
+  return {.mainQueue = world.time,
+          .defaults = world.defaults,
+          .bluetoothStore = world.store(),
+          .deviceManager = world.manager(),
+          .networkStore = world.network(),
+          .launchAtLogin = launchAtLogin,
+          .listPairedDevices =
+              [this](auto answer) {
+                ++scans;
+                scanAnswer = std::move(answer);
+              },
+          .hotKeyState = [this] { return hotKeyState; },
+          .uninstall = [this] { ++uninstalls; },
+          .quit = [this] { ++quits; },
+          .helpAddress = [] { return std::nullopt; }};
+}
+
+void UiWorld::settle() {
+  world.runUntilIdle();
+  runPending();
+  runPending();
+}
+
+void UiWorld::open() {
+  ASSERT_TRUE(popover.show(std::nullopt));
+  ASSERT_TRUE(runUntil([this] { return window().isExposed(); }));
+  settle();
+}
+
+std::vector<QQuickItem*> UiWorld::items() {
+  std::vector<QQuickItem*> found;
+  collectVisible(window().contentItem(), found);
+  return found;
+}
+
+bool UiWorld::isVisible(const QString& name) {
+  const auto all = items();
+  return std::any_of(all.begin(), all.end(), [&](const auto* one) { return one->objectName() == name; });
+}
+
+QQuickItem* UiWorld::item(const QString& name) {
+  for (auto* one : items())
+    if (one->objectName() == name) return one;
+  ADD_FAILURE() << "nothing visible is named " << name.toStdString();
+  static QQuickItem nothing;
+  return &nothing;
+}
+
+void UiWorld::click(const QString& name) {
+  auto* const target = item(name);
+  const auto position = target->mapToScene(QPointF(target->width() / 2, target->height() / 2));
+  send(window(), QEvent::MouseButtonPress, position, Qt::LeftButton);
+  send(window(), QEvent::MouseButtonRelease, position, Qt::NoButton);
+  settle();
+}
+
+void UiWorld::press(int key, Qt::KeyboardModifiers modifiers) {
+  for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+    QKeyEvent event(type, key, modifiers);
+    QCoreApplication::sendEvent(&window(), &event);
+  }
+  settle();
+}
+
+NetworkDevice peerNamed(const std::string& id, const std::string& name, Date now) {
+  return {id, name, "192.0.2.9", std::uint16_t{4712}, now, true, now};
+}
+
+}  // namespace zolvex::test
