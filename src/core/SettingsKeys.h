@@ -16,6 +16,8 @@ inline constexpr std::string_view networkDevices = "networkDevices";            
 inline constexpr std::string_view peerIdentityID = "peerIdentityID";                  // text, made at first use
 // bool, no default; stored once launch at login was switched on
 inline constexpr std::string_view didConfigureLaunchAtLoginDefault = "didConfigureLaunchAtLoginDefault";
+// bool, no default; stored at the first start with windows, which open then
+inline constexpr std::string_view didOpenAtFirstStart = "didOpenAtFirstStart";
 
 /// Value of `transportMode` that selects Bluetooth LE; any other text selects Bonjour.
 inline constexpr std::string_view transportBluetooth = "bluetooth";

@@ -1,6 +1,5 @@
 #include "ui/PreferencesPresentation.h"
 
-#include "ui/HotKeyState.h"
 #include "ui/PopoverPresentation.h"
 
 #include <algorithm>
@@ -34,7 +33,7 @@ std::optional<std::size_t> indexOfMode(std::string_view mode) {
 }  // namespace
 
 PreferencesPresentation presentPreferences(const PreferencesState& state) {
-  const auto tooltip = problemOf(state.isHotkeyTaken ? HotKeyState::heldByAnother : HotKeyState::off);
+  const auto tooltip = problemOf(state.hotKey);
   return {.launchAtLogin = {"Launch at login", state.isLaunchAtLogin},
           .autoRelease = {"Auto release", state.autoRelease},
           .releaseTime = indexOfHours(state.autoReleaseHours),

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/SettingsKeys.h"
+#include "ui/HotKeyState.h"
 
 #include <array>
 #include <cstddef>
@@ -59,7 +60,7 @@ struct PreferencesState {
   double autoReleaseHours = -1.0;
   bool autoConnect = true;
   bool globalHotkeyEnabled = true;
-  bool isHotkeyTaken = false;  ///< By another program.
+  HotKeyState hotKey = HotKeyState::off;
   std::string_view transportMode = settings::transportBluetooth;
 };
 

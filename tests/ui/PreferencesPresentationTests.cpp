@@ -91,8 +91,8 @@ TEST(PreferencesPresentation, showsTheConnectionThatTheStoredTextSelects) {
 }
 
 TEST(PreferencesPresentation, tellsInATooltipThatTheHotKeyIsTaken) {
-  EXPECT_EQ(presentPreferences({.isHotkeyTaken = true}).globalHotkey.tooltip, "Another program uses this shortcut.");
-  EXPECT_EQ(presentPreferences({.isHotkeyTaken = true}).globalHotkey.hint, "Control Option D");
+  EXPECT_EQ(presentPreferences({.hotKey = HotKeyState::heldByAnother}).globalHotkey.tooltip, "Another program uses this shortcut.");
+  EXPECT_EQ(presentPreferences({.hotKey = HotKeyState::heldByAnother}).globalHotkey.hint, "Control Option D");
 }
 
 }  // namespace
