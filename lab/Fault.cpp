@@ -21,6 +21,8 @@ constexpr std::array descriptions{
     FaultDescription{FaultKind::halfBonded, "half-bonded", "Pair says AlreadyExists until the device is removed"},
     FaultDescription{FaultKind::bondForgotten, "bond-forgotten",
                      "the device has bonded elsewhere since: links come up and go until it is removed and paired anew"},
+    FaultDescription{FaultKind::connectReplyLost, "connect-reply-lost",
+                     "Connect does its work, or is ended by the adapter's removal, but is never answered"},
     FaultDescription{FaultKind::removeReplyLost, "remove-reply-lost",
                      "RemoveDevice does its work, but only InterfacesRemoved tells of it"},
     FaultDescription{FaultKind::adapterOff, "adapter-off", "the adapter is powered off"},

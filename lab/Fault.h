@@ -21,6 +21,7 @@ enum class FaultKind {
   hangsOnRemove,
   halfBonded,
   bondForgotten,
+  connectReplyLost,
   removeReplyLost,
   adapterOff,
   adapterUnplugged,

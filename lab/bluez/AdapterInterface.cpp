@@ -164,6 +164,7 @@ void AdapterInterface::removeDevice(const BusCall& call) {
 void AdapterInterface::finishRemoval(const BusCall& call, const QString& address) {
   if (!devices_.contains(address)) return fail(call, bluezError::doesNotExist);
   host_.storage.remove(address);
+  devices_.value(address)->abortConnection();
   for (const auto cured : {FaultKind::halfBonded, FaultKind::bondForgotten})
     host_.radio.spend(cured, host_.identity.computer, address);
   host_.radio.release(host_.identity.computer, address);

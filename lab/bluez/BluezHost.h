@@ -28,6 +28,9 @@ struct BluezTiming {
   /// A link that nobody uses ends this long after it came up.
   Duration idleLinkLife{2'000};
 
+  /// Disconnect gives the services this long to end before it ends the link, whether they need it or not.
+  Duration disconnection{2'000};
+
   /// How long a daemon that died stays away.
   Duration restartPause{500};
 };

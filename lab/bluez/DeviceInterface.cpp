@@ -18,6 +18,7 @@ constexpr qint16 signalStrength = -52;
 DeviceInterface::DeviceInterface(BluezHost& host, AgentManager& agents, const QString& address)
     : host_(host), agents_(agents), address_(address) {
   connect(&host.tree, &BusTree::clientLeft, this, &DeviceInterface::onClientLeft);
+  connect(&host.radio, &Radio::faultsChanged, this, &DeviceInterface::resumeConnection);
   bareLinkTimer_.setSingleShot(true);
   connect(&bareLinkTimer_, &QTimer::timeout, this, [this] { setBareLink(false); });
 }
@@ -102,8 +103,16 @@ void DeviceInterface::connectDevice(const BusCall& call) {
   if (device().profiles.isEmpty()) return fail(call, bluezError::noProfile);
   connecting_ = call;
   if (host_.diesOf(address_)) return;
-  if (host_.suffers(FaultKind::hangsOnConnect, address_)) return setBareLink(true);
+  isHanging_ = host_.suffers(FaultKind::hangsOnConnect, address_);
+  if (isHanging_) return setBareLink(true);
   BluezHost::after(host_.latency(address_), this, [this, call] { openLink(call); });
+}
+
+// A device that hung and answers again is connected on the link that it has.
+void DeviceInterface::resumeConnection() {
+  if (!isHanging_ || host_.suffers(FaultKind::hangsOnConnect, address_)) return;
+  isHanging_ = hasBareLink_ = false;
+  openLink(BusCall(*connecting_));
 }
 
 void DeviceInterface::openLink(const BusCall& call) {
@@ -115,9 +124,10 @@ void DeviceInterface::openLink(const BusCall& call) {
   if (answer == RadioAnswer::bondRefused)
     BluezHost::after(host_.latency(address_), this,
                      [this] { host_.tree.announce(pathOf(address_), name(), u"Connected"_s); });
-  if (answer == RadioAnswer::accepted)
+  if (answer == RadioAnswer::accepted) setBareLink(false);
+  if (answer == RadioAnswer::accepted && !host_.suffers(FaultKind::connectReplyLost, address_))
     call.reply();
-  else
+  else if (answer != RadioAnswer::accepted)
     fail(call, answer == RadioAnswer::missed ? bluezError::pageTimeout : bluezError::createSocket);
   Q_EMIT idle();
 }
@@ -135,14 +145,15 @@ void DeviceInterface::raiseBareLink(BluezTiming::Duration life) {
 
 void DeviceInterface::abortConnection() {
   setBareLink(false);
-  if (!connecting_) return;
-  fail(*connecting_, bluezError::createSocket);
+  isHanging_ = false;
+  if (connecting_ && !host_.suffers(FaultKind::connectReplyLost, address_))
+    fail(*connecting_, bluezError::createSocket);
   connecting_.reset();
 }
 
 void DeviceInterface::disconnectDevice(const BusCall& call) {
   if (!isConnected() && !hasBareLink_) return call.reply();
-  BluezHost::after(host_.latency(address_), this, [this, call] {
+  BluezHost::after(host_.identity.timing.disconnection, this, [this, call] {
     host_.radio.closeLink(host_.identity.computer, address_);
     setBareLink(false);
     call.reply();
@@ -152,7 +163,8 @@ void DeviceInterface::disconnectDevice(const BusCall& call) {
 
 // A connection that is under way goes on without its caller; one that hangs is given up with it.
 void DeviceInterface::onClientLeft(const QString& client) {
-  if (!connecting_ || connecting_->sender() != client || !host_.suffers(FaultKind::hangsOnConnect, address_)) return;
+  if (!isHanging_ || connecting_->sender() != client) return;
+  isHanging_ = false;
   connecting_.reset();
   raiseBareLink(host_.identity.timing.idleLinkLife);
   Q_EMIT idle();

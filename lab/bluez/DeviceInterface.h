@@ -50,6 +50,7 @@ class DeviceInterface : public QObject, public BusInterface {
   void cancelPairing(const BusCall& call);
   void connectDevice(const BusCall& call);
   void openLink(const BusCall& call);
+  void resumeConnection();
   void setBareLink(bool isUp);
   void raiseBareLink(BluezTiming::Duration life);
   void disconnectDevice(const BusCall& call);
@@ -61,6 +62,7 @@ class DeviceInterface : public QObject, public BusInterface {
   QString address_;
   bool isHeard_ = false;
   bool hasBareLink_ = false;  ///< Connected as far as the radio goes, but of no use.
+  bool isHanging_ = false;    ///< `connecting_` waits for the device to answer.
   QTimer bareLinkTimer_;
   std::unique_ptr<Pairing> pairing_;
   std::optional<BusCall> connecting_;

@@ -157,12 +157,32 @@ TEST_F(BluezDevice, hangingConnectionIsALinkAndFailsWithTheAdapter) {
   EXPECT_EQ(client->deviceProperty(mouse, u"Connected"_s), false);
 }
 
-TEST_F(BluezDevice, disconnectKeepsTheBond) {
+TEST_F(BluezDevice, hangingConnectionGoesOnWhenTheDeviceAnswersAgain) {
+  radio.bond(u"Laptop"_s, mouse);
+  radio.inject({FaultKind::hangsOnConnect});
+  BusClient other(laptop.busAddress());
+  other.send(DeviceInterface::pathOf(mouse), u"org.bluez.Device1"_s, u"Connect"_s);
+  EXPECT_TRUE(waitUntil([&] { return client->deviceProperty(mouse, u"Connected"_s) == true; }));
+  EXPECT_EQ(radio.connectedTo(mouse), QString());
+  radio.liftAll();
+  EXPECT_EQ(radio.connectedTo(mouse), u"Laptop"_s);
+  EXPECT_EQ(client->device(mouse, u"Connect"_s).type(), QDBusMessage::ReplyMessage);
+}
+
+TEST_F(BluezDevice, lostReplyOfAConnectionLeavesTheDeviceConnected) {
+  radio.bond(u"Laptop"_s, mouse);
+  radio.inject({FaultKind::connectReplyLost});
+  client->send(DeviceInterface::pathOf(mouse), u"org.bluez.Device1"_s, u"Connect"_s);
+  EXPECT_TRUE(waitUntil([&] { return radio.connectedTo(mouse) == u"Laptop"_s; }));
+}
+
+TEST_F(BluezDevice, disconnectKeepsTheBondAndTakesItsTime) {
   radio.bond(u"Laptop"_s, mouse);
   EXPECT_EQ(client->device(mouse, u"Disconnect"_s).type(), QDBusMessage::ReplyMessage);
   client->device(mouse, u"Connect"_s);
-  EXPECT_EQ(client->device(mouse, u"Disconnect"_s).type(), QDBusMessage::ReplyMessage);
-  EXPECT_EQ(client->deviceProperty(mouse, u"Connected"_s), false);
+  client->send(DeviceInterface::pathOf(mouse), u"org.bluez.Device1"_s, u"Disconnect"_s);
+  EXPECT_EQ(client->deviceProperty(mouse, u"Connected"_s), true);
+  EXPECT_TRUE(waitUntil([&] { return client->deviceProperty(mouse, u"Connected"_s) == false; }));
   EXPECT_EQ(client->deviceProperty(mouse, u"Paired"_s), true);
 }
 

@@ -1,6 +1,9 @@
 #include "integration/worker/WorkerLab.h"
 #include "support/EventLoop.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QProcess>
 #include <QTemporaryFile>
 #include <QTimer>
@@ -111,6 +114,22 @@ TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedDuringTheConnectionEndsTheAttem
   EXPECT_LT(result.milliseconds, 10'000);
 }
 
+// The end of the device is all that tells of it then.
+TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedWhileTheDaemonStaysSilentEndsTheAttempt) {
+  bond(mouse);
+  inject(u"hangs-on-connect"_s);
+  inject(u"connect-reply-lost"_s);
+  constexpr std::chrono::milliseconds untilConnectRuns{300};
+  afterAnswer(u"Set"_s, 1, [this] {
+    QTimer::singleShot(untilConnectRuns, bluez.get(), [this] { inject(u"adapter-unplugged"_s); });
+  });
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.error, "Connect failed\n");
+  EXPECT_FALSE(answered.contains(u"Connect"_s));
+  EXPECT_LT(result.milliseconds, 10'000);
+}
+
 TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedDuringThePairingEndsTheAttempt) {
   inject(u"hangs-on-pair"_s);
   constexpr std::chrono::milliseconds untilPairRuns{300};
@@ -147,6 +166,25 @@ TEST_F(WorkerMisfortune, aPairingOfAnotherProgramIsWaitedFor) {
   ASSERT_TRUE(runUntil([&] { return second.state() == QProcess::NotRunning; }));
   EXPECT_EQ(second.exitCode(), 0);
   EXPECT_EQ(second.readAllStandardOutput().count("Attempt 2"), 0);
+  EXPECT_EQ(connectedTo(mouse), laptop);
+}
+
+// The worker is told twice that it is in progress: when it looks whether the device is in use, and when it connects it.
+TEST_F(WorkerMisfortune, aConnectionOfAnotherProgramIsWaitedFor) {
+  bond(mouse);
+  inject(u"hangs-on-connect"_s);
+  const auto path = u"/org/bluez/hci0/dev_"_s + radio.addressOf(mouse).replace(u':', u'_');
+  auto other = QDBusConnection::connectToBus(bus.address(), u"other program"_s);
+  other.send(QDBusMessage::createMethodCall(u"org.bluez"_s, path, u"org.bluez.Device1"_s, u"Connect"_s));
+  // Is answered after the first call has arrived.
+  const QDBusPendingCallWatcher next(other.asyncCall(QDBusMessage::createMethodCall(
+      u"org.bluez"_s, u"/"_s, u"org.freedesktop.DBus.ObjectManager"_s, u"GetManagedObjects"_s)));
+  ASSERT_TRUE(runUntil([&] { return next.isFinished(); }));
+  afterAnswer(u"Connect"_s, 2, [this] { radio.liftAll(); });
+  const auto result = connect(mouse);
+  QDBusConnection::disconnectFromBus(u"other program"_s);
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.output, "Not in range yet\nAttempt 1: openConnection=0, connected=true\n");
   EXPECT_EQ(connectedTo(mouse), laptop);
 }
 

@@ -1,60 +1,7 @@
-"""What a client can observe of org.bluez, as a list: each observation is a function of the subject that returns what it
-has seen, in words that are the same wherever the behaviour is the same. Nothing here knows which daemon it looks at."""
-import time
-
-from agent import register, withdraw
+"""What a client can observe of one adapter and of one Bluetooth Classic device."""
 from bluez import ADAPTER, AGENT_MANAGER, DEVICE, OBJECT_MANAGER, PROPERTIES, Bluez, device_path
+from notes import BEGIN_LIMIT, NOWHERE, SETTLE, STATE, Agent, begun, flags, observation, order_of, paired
 from pump import pause, wait_until
-
-NOWHERE = "00:AA:01:EE:00:42"
-SETTLE, BEGIN_LIMIT = 0.6, 15.0
-OBSERVATIONS = []
-
-
-def observation(function):
-    OBSERVATIONS.append(function)
-    return function
-
-
-def flags(subject, *names):
-    device = subject.device()
-    if device is None:
-        return "no object"
-    return " ".join(f"{name}={bool(device[name]) if name in device else 'absent'}" for name in names)
-
-
-STATE = ("Paired", "Bonded", "Trusted", "Connected")
-
-
-class Agent:
-    """The client's own agent while an observation needs one."""
-
-    def __init__(self, subject, capability="NoInputNoOutput"):
-        self._subject, self._capability = subject, capability
-
-    def __enter__(self):
-        self._agent = register(self._subject, self._capability)
-        return self._agent
-
-    def __exit__(self, *_):
-        withdraw(self._subject, self._agent)
-
-
-def paired(subject, connect=True):
-    subject.find()
-    with Agent(subject):
-        answer = subject.call(DEVICE, "Pair")
-    assert not answer.error, f"Pair: {answer}"
-    if connect:
-        answer = subject.call(DEVICE, "Connect")
-        assert not answer.error, f"Connect: {answer}"
-
-
-def begun(subject, method):
-    """A call that hangs."""
-    call = subject.bluez.begin(subject.path, DEVICE, method)
-    pause(1.0)
-    return call
 
 
 # What is not there.
@@ -97,6 +44,32 @@ def starting_a_discovery_twice(subject):
     return f"{first}; {second}; {stopped}"
 
 
+def is_discovering(subject):
+    return bool(subject.bluez.adapters()[subject.adapter]["Discovering"])
+
+
+@observation
+def a_discovery_ends_with_its_client(subject):
+    other = Bluez()
+    answer = other.call(subject.adapter, ADAPTER, "StartDiscovery")
+    wait_until(lambda: is_discovering(subject), BEGIN_LIMIT)
+    other.bus.close()
+    return f"{answer}; ends: {wait_until(lambda: not is_discovering(subject), BEGIN_LIMIT)}"
+
+
+@observation
+def a_discovery_lasts_until_its_last_client_stops(subject):
+    other = Bluez()
+    for bluez in (subject.bluez, other):
+        bluez.call(subject.adapter, ADAPTER, "StartDiscovery")
+    subject.call(ADAPTER, "StopDiscovery")
+    pause(SETTLE)
+    before = is_discovering(subject)
+    other.call(subject.adapter, ADAPTER, "StopDiscovery")
+    other.bus.close()
+    return f"one left: {before}; ends: {wait_until(lambda: not is_discovering(subject), BEGIN_LIMIT)}"
+
+
 @observation
 def wrong_discovery_filters(subject):
     wrong = ({"NoSuchKey": True}, {"Transport": "pigeon"}, {"Transport": 1})
@@ -137,17 +110,7 @@ def announcements_of_a_pairing(subject):
     with Agent(subject):
         subject.call(DEVICE, "Pair")
     pause(SETTLE)
-    return order_of(subject, "Connected", "Paired", "Bonded")
-
-
-def order_of(subject, *names):
-    order = []
-    for _, member, path, changed in subject.bluez.signals:
-        if path == subject.path and member == "PropertiesChanged":
-            order += [f"{name}={bool(changed[name])}" for name in names if name in changed]
-        elif path == subject.path and DEVICE in changed:
-            order.append(member)
-    return ", ".join(order)
+    return order_of(subject, "Connected", "Bonded", "Paired")
 
 
 @observation
@@ -239,6 +202,15 @@ def connecting_twice_at_once(subject):
 
 
 @observation
+def connecting_a_device_that_answers_late(subject):
+    paired(subject, connect=False)
+    subject.behave("hangs-on-connect")
+    call = begun(subject, "Connect")
+    subject.behave("normal")
+    return f"{call.wait()}; {flags(subject, *STATE)}"
+
+
+@observation
 def connecting_a_device_that_sleeps(subject):
     paired(subject)
     subject.call(DEVICE, "Disconnect")
@@ -265,7 +237,8 @@ def connecting_a_device_that_has_bonded_elsewhere(subject):
     subject.bluez.signals.clear()
     answer = subject.call(DEVICE, "Connect")
     pause(SETTLE)
-    return f"{answer}; {flags(subject, *STATE)}; announced: {order_of(subject, 'Connected', 'Paired')}"
+    last = order_of(subject, "Connected", "Paired").split(", ")[-1]  # the link's coming may be left out
+    return f"{answer}; {flags(subject, *STATE)}; announced in the end: {last}"
 
 
 @observation
@@ -285,6 +258,16 @@ def removing_a_connected_device(subject):
     answer = subject.call(ADAPTER, "RemoveDevice", "o", subject.path)
     is_announced = subject.bluez.wait_for("InterfacesRemoved", subject.path, 0, 5)
     return f"{answer}; announced: {is_announced}; {flags(subject, *STATE)}"
+
+
+@observation
+def announcements_of_a_removal(subject):
+    paired(subject)
+    pause(SETTLE)
+    subject.bluez.signals.clear()
+    subject.call(ADAPTER, "RemoveDevice", "o", subject.path)
+    subject.bluez.wait_for("InterfacesRemoved", subject.path, 0, 5)
+    return order_of(subject, "Connected", "Paired")
 
 
 @observation
@@ -397,17 +380,3 @@ def unplugging_in_the_middle_of_a_connection(subject):
     subject.unplug()
     is_announced = subject.bluez.wait_for("InterfacesRemoved", path, 0, 10)
     return f"announced: {is_announced}; the call: {call.wait(3).error}"
-
-
-def observe(subject):
-    """Name -> (what was seen, how many seconds it took)."""
-    results = {}
-    for function in OBSERVATIONS:
-        try:
-            subject.reset()
-            began = time.monotonic()
-            seen = str(function(subject)).replace("org.bluez.Error.", "").replace("org.freedesktop.DBus.Error.", "")
-        except Exception as error:  # what cannot be observed is an observation, too
-            began, seen = time.monotonic(), f"cannot be observed: {error or type(error).__name__}"
-        results[function.__name__] = (seen, round(time.monotonic() - began, 1))
-    return results

@@ -3,16 +3,20 @@ is told, and an adapter."""
 import json
 import os
 import sys
+from collections import namedtuple
 
 from bluez import ADAPTER, Bluez, device_path
+from notes import NotImitatedError
 from pump import wait_until
 
 FREE_LIMIT = 15.0
+PeerAdapter = namedtuple("PeerAdapter", "path address")
 
 
 class Subject:
     def __init__(self):
         self.bluez = Bluez()
+        self.calls = []  # (method, answer), oldest first
 
     @property
     def path(self):
@@ -24,7 +28,9 @@ class Subject:
 
     def call(self, interface, method, signature="", *arguments, path=None, limit=60.0):
         default = self.adapter if interface == ADAPTER else self.path
-        return self.bluez.call(path or default, interface, method, signature, *arguments, limit=limit)
+        answer = self.bluez.call(path or default, interface, method, signature, *arguments, limit=limit)
+        self.calls.append((method, answer))
+        return answer
 
     def find(self):
         assert self.bluez.discover(self.adapter, self.keyboard), "the keyboard is not found"
@@ -45,19 +51,26 @@ class RealDaemon(Subject):
     def reset(self):
         self._world.reset()
 
+    def distrust(self):
+        self._world.daemon.distrust()
+
     def behave(self, behaviour):
         self._world.keyboard.behave(behaviour)
 
     def bond_elsewhere(self):
         """The keyboard bonds with another computer: another adapter plays it."""
-        other = self._world.adapters[1]
         self._world.keyboard.order("drop")
-        other.plug_in()
-        self._world.await_power(other)
+        other = self.second_adapter()
         for command in ("connect", "unregister"):
             run = self._world.worker(command, self.keyboard, other.address)
             assert run.status == 0, run
         wait_until(lambda: not self._world.keyboard.state()["host"], FREE_LIMIT)
+
+    def second_adapter(self):
+        other = self._world.adapters[1]
+        other.plug_in()
+        self._world.await_power(other)
+        return PeerAdapter(self.bluez.adapter_path(other.address), other.address)
 
     def unplug(self):
         self._world.adapters[0].unplug()
@@ -94,6 +107,9 @@ class LabDaemon(Subject):
         for path in self.bluez.devices():
             self.bluez.call(self.adapter, ADAPTER, "RemoveDevice", "o", path)
 
+    def distrust(self):
+        pass  # what it imitates has no secrets
+
     def behave(self, behaviour):
         self._order("lift")
         if behaviour != "normal":
@@ -104,6 +120,9 @@ class LabDaemon(Subject):
         path = self.path
         if self.bluez.flag(path, "Connected"):
             self.bluez.call(path, "org.bluez.Device1", "Disconnect")
+
+    def second_adapter(self):
+        raise NotImitatedError("a computer of the lab has one adapter")
 
     def unplug(self):
         self._order(f"fault adapter-unplugged@{self._computer}")

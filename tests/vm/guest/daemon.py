@@ -13,6 +13,7 @@ from ports import port_path
 PLACES = ("/usr/libexec/bluetooth/bluetoothd", "/usr/lib/bluetooth/bluetoothd")
 STORAGE = pathlib.Path("/var/lib/bluetooth")
 LOG = pathlib.Path("/run/vm/bluetoothd.log")
+BRIDGE = "/run/vm/bridge"
 START_LIMIT, STOP_LIMIT = 30.0, 5.0
 GET_DEVICE = 0x800448D3
 RESET_COMMAND, RESET_ANSWER = b"\x01\x03\x0c\x00", b"\x03\x0c\x00"
@@ -23,7 +24,7 @@ def poll(condition, limit, what):
     while not (found := condition()):
         if time.monotonic() > deadline:
             raise TimeoutError(what)
-        time.sleep(0.02)
+        time.sleep(0.05)
     return found
 
 
@@ -55,7 +56,7 @@ class Adapter:
 
     def plug_in(self):
         before = set(adapter_addresses().values())
-        self._bridge = subprocess.Popen([os.environ["VM_BRIDGE"], self._port])
+        self._bridge = subprocess.Popen([BRIDGE, self._port])
         new = poll(lambda: set(adapter_addresses().values()) - before, START_LIMIT, "the kernel finds no adapter")
         self.address = new.pop()
 
@@ -68,7 +69,6 @@ class Adapter:
         self._bridge = None
         self._end_links()
         poll(lambda: self.address not in adapter_addresses().values(), START_LIMIT, "the adapter does not go")
-
 
     def _end_links(self):
         """The radio must not believe that the adapter is still there: resets it, and takes the answer."""
@@ -85,6 +85,7 @@ class Bluetoothd:
         self._is_on_bus = is_on_bus
         self._process = None
         self._log = LOG.open("a")
+        self.is_as_new = False  # nothing happened to it since it has started with empty storage
 
     def start(self, wipe=False):
         if wipe:
@@ -93,11 +94,17 @@ class Bluetoothd:
         program = next(place for place in PLACES if os.path.exists(place))
         self._process = subprocess.Popen([program, "-n", "-d"], stdout=self._log, stderr=self._log)
         poll(self._is_on_bus, START_LIMIT, "bluetoothd does not come to the bus")
+        self.is_as_new = wipe
 
     def is_running(self):
         return self._process is not None
 
+    def distrust(self):
+        """After a failure, for example, it may be in any state."""
+        self.is_as_new = False
+
     def stop(self):
+        self.distrust()
         if not self._process:
             return
         self._process.terminate()
@@ -109,6 +116,7 @@ class Bluetoothd:
 
     def kill(self):
         """As when it crashes."""
+        self.distrust()
         if not self._process:
             return
         self._process.kill()
@@ -116,6 +124,7 @@ class Bluetoothd:
         self._process = None
 
     def signal(self, number):
+        self.distrust()
         self._process.send_signal(number)
 
     def restart(self, wipe=False):

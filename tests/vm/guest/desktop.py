@@ -1,7 +1,7 @@
 """A machine as a whole computer: network, Avahi, a session bus, Bluetooth, Zolvex. Then it does what it is told.
 
 Orders come through the port "orders", one line of JSON each: {"argv": [...], "input": text, "limit": seconds}; the
-answer is {"status": number, "output": text, "error": text}, or {"status": null} when the limit was over. The keys that
+answer is {"status": number, "output": text, "error": text, "seconds": number}, or {"status": null} when the limit was over. The keys that
 are pressed on Bluetooth keyboards are counted in the shared file "keys".
 """
 import glob
@@ -112,12 +112,14 @@ def read_keys(stream):
 
 
 def obey(order, environment):
+    began = time.monotonic()
     try:
         done = subprocess.run(
             order["argv"], input=order.get("input", ""), capture_output=True, text=True,
             timeout=order.get("limit", 60), env=environment,
         )  # fmt: skip
-        return {"status": done.returncode, "output": done.stdout, "error": done.stderr}
+        seconds = time.monotonic() - began
+        return {"status": done.returncode, "output": done.stdout, "error": done.stderr, "seconds": seconds}
     except subprocess.TimeoutExpired:
         return {"status": None, "output": "", "error": "took too long"}
 

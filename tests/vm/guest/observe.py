@@ -5,7 +5,10 @@ import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "conformance"))
 
-from observations import observe  # noqa: E402
+import low_energy  # noqa: E402, F401
+import observations  # noqa: E402, F401
+import two_adapters  # noqa: E402, F401
+from notes import observe  # noqa: E402
 from subjects import LabDaemon, RealDaemon, report  # noqa: E402
 
 

@@ -5,7 +5,7 @@ import dbus.mainloop.glib
 from gi.repository import GLib
 
 dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
-_TICK_MILLISECONDS = 20
+_TICK_MILLISECONDS = 60
 
 
 def wait_until(condition, limit):

@@ -37,6 +37,7 @@ def run(world, name, function):
         return True
     except Exception as error:  # whatever a scenario raises is its failure
         print(f"    FAIL  {name} ({time.monotonic() - began:.1f} s): {error or type(error).__name__}", flush=True)
+        world.daemon.distrust()
         with open("/run/vm/failures.log", "a") as log:
             log.write(f"{name}\n{traceback.format_exc()}\n")
             log.write(f"keyboard: {world.keyboard.state()}\n\n")

@@ -47,7 +47,7 @@ class Computer:
     def switch_on(self, peer, keyboard):
         self.share.mkdir(parents=True, exist_ok=True)
         (self.share / "settings.json").write_text(json.dumps(self.settings(peer, keyboard)))
-        machine = Machine(self.name, self._kernel, self.share, root=self._bench.root)
+        machine = Machine(self.name, self._bench, self._kernel, self.share)
         orders = self._sockets / f"orders-{self.number}"
         orders.unlink(missing_ok=True)
         self.cable().unlink(missing_ok=True)
@@ -83,14 +83,20 @@ class Computer:
     def finish(self, limit=ORDER_LIMIT):
         return self._read(limit + 10)
 
+    def begin_switch(self):
+        self.begin(self._bench.zolvexctl, "switch", "--wait")
+
     def control(self, *arguments):
-        return self.run(self._bench.options.zolvexctl, *arguments)
+        return self.run(self._bench.zolvexctl, *arguments)
 
     def status(self):
         return json.loads(self.control("status", "--json")["output"] or "{}")
 
     def sees_peer(self):
         return any(peer["isActive"] for peer in self.status().get("registeredPeers", []))
+
+    def log(self):
+        return (self.share / "zolvex.log").read_text()
 
     def key_presses(self):
         keys = self.share / "keys"

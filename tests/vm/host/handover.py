@@ -5,6 +5,7 @@ import time
 from computer import Computer, wait_until
 
 ROUNDS = 10
+REQUEST_DROPPED = "Peer command already in flight; dropping PLEASE_RELEASE"
 PEER_LIMIT, REST_LIMIT, KEY_LIMIT = 60.0, 30.0, 10.0
 
 
@@ -37,12 +38,20 @@ class Handover:
 
     def take(self, computer):
         """The keyboard comes to this computer, and its keys arrive there and nowhere else."""
-        began = time.monotonic()
-        done = computer.control("switch", "--wait")
+        done = self._switch(computer)
         assert done["status"] == 0, f"{computer.name}: {done}"
-        self.durations.append(time.monotonic() - began)
+        self.durations.append(done["seconds"])
         assert self.holder() is computer, f"{computer.name} says that it has the keyboard: {self.keyboard.order('state')}"
         self.press_key(computer)
+
+    def _switch(self, computer):
+        """A switch that meets a health check of the peer is not asked for, and fails; the user asks again."""
+        met = computer.log().count(REQUEST_DROPPED)
+        done = computer.control("switch", "--wait")
+        if done["status"] and computer.log().count(REQUEST_DROPPED) > met:
+            self._say(f"{computer.name} was asked during a health check, and is asked again")
+            done = computer.control("switch", "--wait")
+        return done
 
     def press_key(self, owner):
         before = {computer: computer.key_presses() for computer in self.computers}
@@ -69,18 +78,18 @@ class Handover:
     def power_cut_of_the_owner(self):
         """It is asked to release, and its power fails."""
         self.take(self.laptop)
-        self.studio.begin(self.studio._bench.options.zolvexctl, "switch", "--wait")
+        self.studio.begin_switch()
         wait_until(lambda: self.holder() is not self.laptop, REST_LIMIT, "the owner does not release")
         self._fail_and_recover(self.laptop)
 
     def power_cut_of_the_owner_before_it_releases(self):
         self.take(self.laptop)
-        self.studio.begin(self.studio._bench.options.zolvexctl, "switch", "--wait")
+        self.studio.begin_switch()
         self._fail_and_recover(self.laptop)
 
     def power_cut_of_the_one_who_asks(self):
         self.take(self.laptop)
-        self.studio.begin(self.studio._bench.options.zolvexctl, "switch", "--wait")
+        self.studio.begin_switch()
         wait_until(lambda: self.holder() is not self.laptop, REST_LIMIT, "the owner does not release")
         self._fail_and_recover(self.studio)
 

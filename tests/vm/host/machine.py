@@ -1,20 +1,22 @@
 """One QEMU machine. It has this computer's root (or another directory) as its own, with a layer in memory above it, and
 a directory that it shares with us. Everything it writes elsewhere is gone when it ends."""
-import os
 import pathlib
 import shlex
-import sys
+import shutil
+import subprocess
+import threading
 
+from accelerator import accelerator
 from cache import PROJECT
-from processes import start_process, stop_process
+from processes import kill_process, start_process, stop_process
 
 SHARE = "/run/vm"  # where the machine sees the shared directory; tests/vm/guest knows it too
 
 
 class Machine:
-    def __init__(self, name, kernel, share, root="/", memory=512):
+    def __init__(self, name, bench, kernel, share, memory=512):
         self.name, self.share, self.memory = name, pathlib.Path(share), memory
-        self._kernel, self._root = kernel, root
+        self._kernel, self._root, self._bridge = kernel, bench.root, bench.bridge
         self._devices = []
         self._process = None
         self.share.mkdir(parents=True, exist_ok=True)
@@ -38,19 +40,31 @@ class Machine:
             "-device", f"virtio-net-pci,netdev=cable,mac={hardware_address},romfile=",
         ]  # fmt: skip
 
-    def start(self, command, console=None, interactive=False):
-        """Starts it; it runs `command` as root and ends. `console` gets what the command writes."""
+    def start(self, command, output=subprocess.PIPE):
+        """Starts it; it runs `command` as root and ends. What the command writes goes to `output`: by default to
+        `lines`; with None the command has our own terminal."""
         for leftover in ("status", "ready"):
             (self.share / leftover).unlink(missing_ok=True)
         (self.share / "command").write_text(f"exec {shlex.join(str(word) for word in command)}\n")
+        shutil.copy(self._bridge, self.share / "bridge")  # the root need not have it
         (self.share / "environment").write_text(f"VM_NAME={shlex.quote(self.name)}\nVM_SOURCE={PROJECT}\n")
-        output = {} if interactive else {"stdout": console or sys.stdout, "stderr": (self.share / "qemu.log").open("w")}
-        if interactive:
-            output["stdin"] = None
-        self._process = start_process(self._command_line(interactive), **output)
+        if output is None:
+            self._process = start_process(self._command_line("off"), has_terminal=True)
+            return
+        errors = (self.share / "qemu.log").open("w")
+        self._process = start_process(
+            self._command_line("on"), stdout=output, stderr=errors, text=True, errors="replace"
+        )
 
-    def _command_line(self, interactive):
-        end = "off" if interactive else "on"
+    def lines(self, limit):
+        """Until it ends, which it does at the latest when `limit` seconds are over."""
+        timer = threading.Timer(limit, self._process.kill)
+        timer.daemon = True
+        timer.start()
+        yield from self._process.stdout
+        timer.cancel()
+
+    def _command_line(self, signals):
         return [
             "qemu-system-x86_64", "-machine", f"pc,accel={accelerator()}", "-cpu", "max",
             "-smp", "1", "-m", self.memory, "-nodefaults", "-no-user-config", "-display", "none", "-no-reboot",
@@ -60,23 +74,22 @@ class Machine:
             *share_arguments("source", PROJECT, "on"),
             *share_arguments("share", self.share, "off"),
             "-serial", f"file:{self.share / 'kernel.log'}",
-            "-chardev", f"stdio,id=console,signal={end}", "-serial", "chardev:console",
+            "-chardev", f"stdio,id=console,signal={signals}", "-serial", "chardev:console",
             "-device", "virtio-serial-pci", *self._devices,
         ]  # fmt: skip
 
     def is_running(self):
         return self._process is not None and self._process.poll() is None
 
-    def wait(self, limit=None):
-        """The exit status of its command; None when it ended otherwise. Raises subprocess.TimeoutExpired."""
-        self._process.wait(limit)
+    def wait(self):
+        """The exit status of its command; None when it ended otherwise."""
+        self._process.wait()
         status = self.share / "status"
         return int(status.read_text()) if status.exists() and status.read_text().strip() else None
 
     def cut_power(self):
         if self._process:
-            self._process.kill()
-            self._process.wait()
+            kill_process(self._process)
 
     def stop(self):
         if self._process:
@@ -88,9 +101,3 @@ def share_arguments(tag, path, is_read_only):
         "-fsdev", f"local,id={tag},path={path},security_model=none,readonly={is_read_only},multidevs=remap",
         "-device", f"virtio-9p-pci,fsdev={tag},mount_tag={tag}",
     ]  # fmt: skip
-
-
-def accelerator():
-    """By default none, although it is slow: so it goes alike everywhere, and a /dev/kvm that exists may still not work.
-    ZOLVEX_VM_ACCEL=kvm for those who know that theirs does."""
-    return os.environ.get("ZOLVEX_VM_ACCEL", "tcg")

@@ -1,32 +1,60 @@
 """Child processes that end with this one, whatever ends it."""
-import ctypes
 import signal
 import subprocess
+import threading
 
 STOP_LIMIT = 3.0
-SET_PARENT_DEATH_SIGNAL = 1
 
-_libc = ctypes.CDLL(None, use_errno=True)
+_lock = threading.Lock()
+_running = set()
+_is_closed = False
 
 
-def start_process(arguments, **options):
-    """In a session of its own, so that an interrupt from the keyboard reaches only us, who then stop it."""
+class ClosedError(Exception):
+    """The run is ending; nothing is started any more."""
 
-    def end_with_parent():
-        _libc.prctl(SET_PARENT_DEATH_SIGNAL, signal.SIGKILL)
 
-    options.setdefault("stdin", subprocess.DEVNULL)
-    return subprocess.Popen(
-        [str(argument) for argument in arguments], start_new_session=True, preexec_fn=end_with_parent, **options
-    )
+def start_process(arguments, has_terminal=False, **options):
+    """In a session of its own, so that an interrupt from the keyboard reaches only us, who then stop it; unless it is to
+    have our terminal.
+
+    The kernel ends it with the thread that has started it: such a thread must last as long as the process shall."""
+    options.setdefault("stdin", None if has_terminal else subprocess.DEVNULL)
+    command = ["setpriv", "--pdeathsig", "KILL", "--", *(str(argument) for argument in arguments)]
+    with _lock:
+        if _is_closed:
+            raise ClosedError
+        process = subprocess.Popen(command, start_new_session=not has_terminal, **options)
+        _running.add(process)
+    return process
 
 
 def stop_process(process):
-    if process.poll() is not None:
-        return
-    process.terminate()
-    try:
-        process.wait(STOP_LIMIT)
-    except subprocess.TimeoutExpired:
-        process.kill()
+    if process.poll() is None:
+        process.terminate()
+        try:
+            process.wait(STOP_LIMIT)
+        except subprocess.TimeoutExpired:
+            kill_process(process)
+    with _lock:
+        _running.discard(process)
+
+
+def kill_process(process):
+    process.send_signal(signal.SIGKILL)
+    process.wait()
+    with _lock:
+        _running.discard(process)
+
+
+def close():
+    """Ends all that still run; who waits for them in another thread finds them ended."""
+    global _is_closed
+    with _lock:
+        _is_closed = True
+        left = list(_running)
+    for process in left:
+        if process.poll() is None:
+            process.kill()
+    for process in left:
         process.wait()

@@ -5,89 +5,26 @@ import ast
 import pathlib
 import shutil
 import signal
-import subprocess
 import sys
-import tempfile
 import time
 
 import cache
-import radio
+import processes
+from accelerator import choose_accelerator
+from bench import Bench, say, step
 from conformance import compare
-from downloads import Apt, DownloadError
+from downloads import DownloadError
+from figures import run_figures
 from handover import run_handover
 from kernel import CANDIDATES, Kernel
-from machine import SHARE, Machine
+from lanes import run_in_lanes
+from single import run_shell, run_single
 
-CONFORMANCE, HANDOVER = "conformance", "handover"
-STATUS_FAILED, STATUS_SKIPPED = 1, 77
-RUN_LIMIT = 600.0
-SELF_CHECK = "self_check"
-
-
-def say(text):
-    print(f"    {text}", flush=True)
-
-
-def step(text):
-    print(f"\n==> {text}", flush=True)
-
-
-class Bench:
-    """What all runs share: the parts in the cache, the place for logs, the program."""
-
-    def __init__(self, options):
-        self.options = options
-        self.logs = cache.PROJECT / "build/vm-logs"
-        shutil.rmtree(self.logs, ignore_errors=True)
-        self.logs.mkdir(parents=True)
-        self._work = tempfile.TemporaryDirectory(prefix="zolvex-vm-")
-        self.work = pathlib.Path(self._work.name)  # short enough for the names of sockets
-        self.root = "/"
-        self.apt = Apt(cache.directory() / "apt")
-        self.btvirt = radio.make_btvirt(self.apt)
-        self.bridge = radio.make_bridge()
-
-    def guest(self, program, *arguments, **variables):
-        """The command line of one of the machine's scripts."""
-        environment = [f"VM_ZOLVEX={self.options.zolvex}", f"VM_BRIDGE={self.bridge}"]
-        environment += [f"{name}={value}" for name, value in variables.items()]
-        return ["env", *environment, "/usr/bin/python3", cache.TESTS / "guest" / program, *arguments]
-
-    def air(self, name):
-        """A radio of its own, with its logs beside those of the machines."""
-        logs = self.logs / name
-        logs.mkdir(exist_ok=True)
-        return radio.Radio(self.btvirt, pathlib.Path(tempfile.mkdtemp(dir=self.work)), logs)
-
-    def close(self):
-        self._work.cleanup()
-
-
-def single_machine(bench, kernel, name, air, adapters=2):
-    """A machine with two stand-ins in reach."""
-    machine = Machine(name, kernel, bench.logs / name)
-    for number in range(1, adapters + 1):
-        machine.add_socket_port(f"radio-{number}", air.socket)
-    for device in ("Keyboard", "Stranger"):
-        machine.add_socket_port(device.lower(), air.add_device(device).control)
-    return machine
-
-
-def run_single(bench, kernel, name, command, interactive=False):
-    """Its command's exit status, or None."""
-    air = bench.air(name)
-    try:
-        machine = single_machine(bench, kernel, name, air)
-        try:
-            machine.start(command, interactive=interactive)
-            return machine.wait(None if interactive else RUN_LIMIT)
-        except subprocess.TimeoutExpired:
-            say(f"the machine did not end within {RUN_LIMIT:.0f} s")
-            return None
-        finally:
-            machine.stop()
-    finally:
-        air.stop()
+CONFORMANCE, FIGURES, HANDOVER, SELF_CHECK = "conformance", "figures", "handover", "self_check"
+HOST_SCENARIOS = (CONFORMANCE, FIGURES, HANDOVER)
+ONLY_IF_NAMED = (FIGURES, SELF_CHECK)
+SLOWEST_FIRST = [HANDOVER, "outcomes", "misfortune", CONFORMANCE]
+STATUS_FAILED, STATUS_SKIPPED, STATUS_INTERRUPTED = 1, 77, 130
 
 
 def usable_kernel(bench):
@@ -100,6 +37,7 @@ def usable_kernel(bench):
         except DownloadError as error:
             say(f"{package}: {error}")
             continue
+        say(f"{package}, {choose_accelerator(kernel)}")
         if kernel.is_checked(mark):
             return kernel
         step(f"Is {package} fit for this?")
@@ -107,44 +45,47 @@ def usable_kernel(bench):
         if run_single(bench, kernel, "self-check", bench.guest("run.py", SELF_CHECK)) == 0:
             kernel.note_checked(mark)
             return kernel
-        say(f"{package} is not fit; the logs are in {bench.logs.relative_to(cache.PROJECT)}/self-check")
+        say(f"{package} is not fit; the logs are in {bench.logs_name}/self-check")
     return None
 
 
 def scenario_names():
-    return sorted(path.stem for path in (cache.TESTS / "scenarios").glob("*.py")) + [CONFORMANCE, HANDOVER]
+    return sorted(path.stem for path in (cache.TESTS / "scenarios").glob("*.py")) + list(HOST_SCENARIOS)
 
 
 def list_scenarios():
     for name in scenario_names():
-        folder = "host" if name in (CONFORMANCE, HANDOVER) else "scenarios"
+        folder = "host" if name in HOST_SCENARIOS else "scenarios"
         file = cache.TESTS / folder / f"{name}.py"
         print(f"{name:14} {ast.get_docstring(ast.parse(file.read_text())).splitlines()[0]}")
 
 
-def run_in_one_machine(bench, kernel, names):
+def run_in_one_machine(bench, kernel, file, names):
     """How many passed, and how many failed; a machine that dies counts as one failure more."""
-    step(f"A machine with the real bluetoothd: {', '.join(names)}")
-    status = run_single(bench, kernel, "machine", bench.guest("run.py", *names))
-    counts = bench.logs / "machine/counts"
+    status = run_single(bench, kernel, file, bench.guest("run.py", *names))
+    counts = bench.logs / file / "counts"
     passed, failed = map(int, counts.read_text().split()) if counts.exists() else (0, 0)
     return passed, failed or int(status != 0)
 
 
-def run_all(bench, kernel, names):
-    passed = failed = 0
-    single = [name for name in names if name not in (CONFORMANCE, HANDOVER)]
-    if single:
-        passed, failed = run_in_one_machine(bench, kernel, single)
-    if CONFORMANCE in names:
-        step("The lab beside the real bluetoothd")
-        more = compare(bench, lambda: run_single(bench, kernel, CONFORMANCE, bench.guest("observe.py")), say)
-        passed, failed = passed + more[0], failed + more[1]
-    if HANDOVER in names:
-        step("Two machines, one keyboard")
-        more = run_handover(bench, kernel, say)
-        passed, failed = passed + more[0], failed + more[1]
-    return passed, failed
+def job(bench, kernel, file, names):
+    if file == HANDOVER:
+        return lambda: run_handover(bench, kernel, say)
+    if file == FIGURES:
+        return lambda: run_figures(bench, kernel, say)
+    if file == CONFORMANCE:
+        observe = bench.guest("observe.py")
+        return lambda: compare(bench, lambda: run_single(bench, kernel, CONFORMANCE, observe), say)
+    return lambda: run_in_one_machine(bench, kernel, file, names)
+
+
+def run_scenarios(bench, kernel, names):
+    step(f"Machines with the real bluetoothd: {', '.join(names)}")
+    files = {}
+    for name in names:
+        files.setdefault(name.partition(".")[0], []).append(name)
+    slowest = sorted(files, key=lambda file: SLOWEST_FIRST.index(file) if file in SLOWEST_FIRST else len(files))
+    return run_in_lanes([job(bench, kernel, file, files[file]) for file in slowest])
 
 
 def absolute(path):
@@ -158,6 +99,7 @@ def parse(arguments):
     parser.add_argument("names", nargs="*")
     parser.add_argument("--shell", action="store_true")
     parser.add_argument("--list", action="store_true")
+    parser.add_argument("--suite", choices=("trixie", "sid"))
     parser.add_argument("--zolvex", type=absolute, default=build / "app/zolvex")
     parser.add_argument("--lab", type=absolute, default=cache.PROJECT / "build/dev/lab/zolvex-lab")
     parser.add_argument("--zolvexctl", type=absolute, default=build / "control/zolvexctl")
@@ -172,13 +114,14 @@ def run(options):
         if not kernel:
             return skipped("no kernel that can be downloaded here passes the self-check")
         if options.shell:
-            return run_single(bench, kernel, "shell", bench.guest("shell.py"), interactive=True) or 0
-        names = options.names or [name for name in scenario_names() if name != SELF_CHECK]
-        passed, failed = run_all(bench, kernel, names)
-        step(f"{time.monotonic() - began:.0f} s; the logs are in {bench.logs.relative_to(cache.PROJECT)}")
+            return run_shell(bench, kernel) or 0
+        names = options.names or [name for name in scenario_names() if name not in ONLY_IF_NAMED]
+        passed, failed = run_scenarios(bench, kernel, names)
+        step(f"{time.monotonic() - began:.0f} s; the logs are in {bench.logs_name}")
         print(f"{passed} passed, {failed} failed, 0 skipped", flush=True)
         return STATUS_FAILED if failed or not passed else 0
     finally:
+        processes.close()
         bench.close()
 
 
@@ -199,7 +142,7 @@ def main():
         return skipped(f"something cannot be downloaded: {error}")
     except KeyboardInterrupt:
         print("\nvm-test: interrupted", file=sys.stderr)
-        return 130
+        return STATUS_INTERRUPTED
 
 
 if __name__ == "__main__":

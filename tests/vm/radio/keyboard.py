@@ -45,15 +45,17 @@ class Keyboard:
         self._set_up()
 
     def _set_up(self):
-        name = self.name.encode()
         self.hci.command(RESET)
         self.hci.command(EVENT_MASK, b"\xff" * 7 + b"\x1f")
         self.hci.command(READ_ADDRESS)
-        self.hci.command(WRITE_NAME, name.ljust(248, b"\0"))
-        self.hci.command(WRITE_INQUIRY_RESPONSE, b"\0" + (bytes([len(name) + 1, 9]) + name).ljust(240, b"\0"))
+        self._call_itself(self.name.encode())
         self.hci.command(WRITE_CLASS, struct.pack("<I", CLASS_KEYBOARD)[:3])
         self.hci.command(WRITE_SSP, b"\1")
         self._listen()
+
+    def _call_itself(self, name):
+        self.hci.command(WRITE_NAME, name.ljust(248, b"\0"))
+        self.hci.command(WRITE_INQUIRY_RESPONSE, b"\0" + (bytes([len(name) + 1, 9]) + name).ljust(240, b"\0"))
 
     def _listen(self):
         can_be_found = self.behaviour != "asleep" and self.handle is None
@@ -193,6 +195,11 @@ class Keyboard:
         if self.l2cap:
             self.l2cap.answer_waiting()
         self._listen()
+        return {}
+
+    def order_name(self, octets=None):
+        """Calls itself by these octets, which need be no text; without any, by its own name."""
+        self._call_itself(bytes.fromhex(octets) if octets else self.name.encode())
         return {}
 
     def order_forget(self):

@@ -1,7 +1,7 @@
 """The daemon stops, dies, hangs or starts anew in the middle of things; the worker is killed in the middle of things."""
 import signal
 
-from bluez import device_path
+from bluez import DEVICE, device_path
 from busmonitor import CallMonitor
 from pump import pause, wait_until
 from world import RunningWorker
@@ -113,6 +113,25 @@ def test_worker_killed_in_the_middle_of_remove(world):
     again = world.worker("unregister", world.keyboard.address)
     assert again.status in (0, 66), again
     expect_next_run_works(world)
+
+
+def test_a_connection_of_another_program_is_waited_for(world):
+    world.pair_and_connect()
+    path = device_path(world.adapter, world.keyboard.address)
+    answer = world.bluez.call(path, DEVICE, "Disconnect")
+    assert not answer.error, f"Disconnect: {answer}"
+    world.keyboard.behave("hangs-on-connect")
+    other = world.bluez.begin(path, DEVICE, "Connect")
+    assert wait_until(lambda: world.keyboard.state()["host"], BEGIN_LIMIT), "no link"
+    monitor = CallMonitor("Connect", lambda: None)
+    worker = RunningWorker("connect", world.keyboard.address)
+    assert wait_until(lambda: monitor.was_called, BEGIN_LIMIT), "the worker does not call Connect"
+    monitor.close()
+    pause(1.0)
+    world.keyboard.behave("normal")
+    run = worker.finish()
+    assert (run.status, run.output) == (0, "Not in range yet\nAttempt 1: openConnection=0, connected=true\n"), run
+    assert not other.wait().error, "the other program's Connect failed"
 
 
 def test_a_daemon_that_hangs_counts_as_off(world):

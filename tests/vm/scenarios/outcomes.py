@@ -132,10 +132,18 @@ def test_list_paired_devices(world):
     assert json.loads(world.worker("listPaired").output)[0]["isConnected"] is False
 
 
+def test_a_name_that_is_no_text_can_be_listed(world):
+    """So nothing brings about status 65: the bus carries only UTF-8, and the daemon makes that of every name."""
+    world.keyboard.order("name 4bff80c328")
+    world.pair_and_connect()
+    run = world.worker("listPaired")
+    expect(run, 0)
+    listed = json.loads(run.output)
+    assert len(listed) == 1 and listed[0]["name"].startswith("K"), listed
+
+
 def test_bad_arguments(world):
     expect(world.worker("CONNECT", world.keyboard.address), 64, "Invalid Bluetooth worker arguments\n", "")
     for text in ("", " \n"):
         expect(world.worker("connect", text), 64, "Missing Bluetooth device address\n", "")
         expect(world.worker("unregister", text), 64, "Missing Bluetooth device address\n", "")
-
-

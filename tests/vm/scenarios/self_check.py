@@ -1,12 +1,10 @@
 """What any kernel, radio and daemon must be able to do before anything else can be said: the least that everything
 depends on, on which unfit kernels are known to fail."""
-import dbus.service
-
 import agent
 from bluez import ADAPTER, DEVICE, device_path
+from peripheral import Peripheral
 from pump import wait_until
 
-ADVERTISED = "12345678-1234-5678-1234-56789abcdef0"
 CONNECT_LIMIT = 20.0
 
 
@@ -23,33 +21,17 @@ def test_classic_pairing_and_input(world):
     agent.withdraw(world, desktop)
 
 
-class Advertisement(dbus.service.Object):
-    PATH = "/vm/advertisement"
-
-    @dbus.service.method("org.freedesktop.DBus.Properties", "s", "a{sv}")
-    def GetAll(self, _):
-        uuids = dbus.Array([ADVERTISED], signature="s")
-        return {"Type": "peripheral", "ServiceUUIDs": uuids, "LocalName": "vm"}
-
-    @dbus.service.method("org.bluez.LEAdvertisement1")
-    def Release(self):
-        pass
-
-
 def test_low_energy_connection(world):
     world.adapters[1].plug_in()
     world.await_power(world.adapters[1])
-    central, peripheral = (world.bluez.adapter_path(adapter.address) for adapter in world.adapters[:2])
-    advertisement = Advertisement(world.bluez.bus, Advertisement.PATH)
-    answer = world.bluez.call(
-        peripheral, "org.bluez.LEAdvertisingManager1", "RegisterAdvertisement", "oa{sv}", Advertisement.PATH, {}
-    )
-    assert not answer.error, f"advertise: {answer}"
-    assert world.bluez.discover(central, world.adapters[1].address, transport="le"), "no advertisement is heard"
-    path = device_path(central, world.adapters[1].address)
-    answer = world.bluez.call(path, DEVICE, "Connect")
-    assert not answer.error, f"Connect: {answer}"
-    resolved = wait_until(lambda: world.bluez.flag(path, "ServicesResolved"), CONNECT_LIMIT)
-    advertisement.remove_from_connection()
+    central, there = (world.bluez.adapter_path(adapter.address) for adapter in world.adapters[:2])
+    with Peripheral(world.bluez, there) as peripheral:
+        answer = peripheral.advertise()
+        assert not answer.error, f"advertise: {answer}"
+        assert world.bluez.discover(central, world.adapters[1].address, transport="le"), "no advertisement is heard"
+        path = device_path(central, world.adapters[1].address)
+        answer = world.bluez.call(path, DEVICE, "Connect")
+        assert not answer.error, f"Connect: {answer}"
+        resolved = wait_until(lambda: world.bluez.flag(path, "ServicesResolved"), CONNECT_LIMIT)
     world.bluez.call(central, ADAPTER, "RemoveDevice", "o", path, limit=2)
     assert resolved, "the services are not resolved"
