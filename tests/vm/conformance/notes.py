@@ -14,8 +14,8 @@ SETTLE, BEGIN_LIMIT = 0.6, 15.0
 STATE = ("Paired", "Bonded", "Trusted", "Connected")
 OBSERVATIONS = []
 
-# How long an answer takes, in classes so far apart that a slow machine stays within them.
-AT_ONCE, IN_SECONDS = 1.5, 8.0
+# How long an answer takes.
+PACES = AT_ONCE, IN_SECONDS, LATE, NEVER = "at once", "in seconds", "late", "never"
 
 
 class NotImitatedError(Exception):
@@ -29,32 +29,50 @@ def observation(function):
 
 def observe(subject):
     """Name -> (what was seen, how long each kind of call took, how many seconds it took in all)."""
-    results = {}
-    for function in OBSERVATIONS:
+    return {function.__name__: observe_patiently(subject, function) for function in OBSERVATIONS}
+
+
+def observe_patiently(subject, function):
+    """What does not come at once is observed twice, for the machine itself may have been held up; the quicker counts."""
+    first = observe_once(subject, function)
+    if all(word == AT_ONCE for word in first[1].values()):
+        return told(*first)
+    again = observe_once(subject, function)
+    quicker = {method: min(word, again[1].get(method, word), key=PACES.index) for method, word in first[1].items()}
+    return told(again[0], quicker, again[2])
+
+
+def observe_once(subject, function):
+    began = time.monotonic()
+    try:
+        subject.reset()
+        subject.calls.clear()
         began = time.monotonic()
-        try:
-            subject.reset()
-            subject.calls.clear()
-            began = time.monotonic()
-            seen = str(function(subject)).replace("org.bluez.Error.", "").replace("org.freedesktop.DBus.Error.", "")
-        except NotImitatedError as reason:
-            seen = f"not imitated: {reason}"
-        except Exception as error:  # what cannot be observed is an observation, too
-            seen = f"cannot be observed: {error or type(error).__name__}"
-            subject.distrust()
-        results[function.__name__] = (seen, paces(subject.calls), round(time.monotonic() - began, 1))
-    return results
+        seen = str(function(subject)).replace("org.bluez.Error.", "").replace("org.freedesktop.DBus.Error.", "")
+    except NotImitatedError as reason:
+        seen = f"not imitated: {reason}"
+    except Exception as error:  # what cannot be observed is an observation, too
+        seen = f"cannot be observed: {error or type(error).__name__}"
+        subject.distrust()
+    return seen, paces(subject.calls), time.monotonic() - began
+
+
+def told(seen, slowest, seconds):
+    return seen, ", ".join(f"{method} {word}" for method, word in slowest.items()), round(seconds, 1)
 
 
 def paces(calls):
-    """Each kind of call once, however often it was made."""
-    return ", ".join(dict.fromkeys(f"{method} {pace(answer)}" for method, answer in calls))
+    """Each kind of call with its slowest answer, however often it was made."""
+    slowest = {}
+    for method, answer in calls:
+        slowest[method] = max(slowest.get(method, AT_ONCE), pace(answer), key=PACES.index)
+    return slowest
 
 
 def pace(answer):
     if answer.error == "none":
-        return "never"
-    return "at once" if answer.seconds < AT_ONCE else "in seconds" if answer.seconds < IN_SECONDS else "late"
+        return NEVER
+    return AT_ONCE if answer.seconds < 1.5 else IN_SECONDS if answer.seconds < 8 else LATE
 
 
 def flags(subject, *names, device=None):

@@ -126,7 +126,3 @@ class Bluetoothd:
     def signal(self, number):
         self.distrust()
         self._process.send_signal(number)
-
-    def restart(self, wipe=False):
-        self.stop()
-        self.start(wipe)

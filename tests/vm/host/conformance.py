@@ -12,6 +12,8 @@ from processes import start_process, stop_process
 COMPUTER = "Laptop"
 START_LIMIT = 60.0
 
+ANSWER_TO_WHO = re.compile(r"Magic Mouse: .*connected")
+
 # The Debian whose daemon the lab imitates.
 IMITATED = "bookworm"
 
@@ -35,8 +37,13 @@ class Lab:
         raise RuntimeError("the lab does not start; see lab.log")
 
     def order(self, text):
-        self._process.stdin.write(text + "\n")
+        """Returns when it is obeyed: the question after it is answered then."""
+        self._process.stdin.write(f"{text}\nwho\n")
         self._process.stdin.flush()
+        for line in self._process.stdout:
+            self._log.write(line)
+            if ANSWER_TO_WHO.search(line):
+                return
 
     def stop(self):
         stop_process(self._process)

@@ -47,30 +47,32 @@ def test_without_the_daemon_bluetooth_is_off(world):
 
 def test_daemon_restarts_in_the_middle_of_pair(world):
     worker = begin_connecting(world, "hangs-on-pair")
+    world.daemon.stop()
     world.keyboard.behave("normal")
-    world.daemon.restart()
+    world.daemon.start()
     expect_recovery(world, worker)
 
 
 def test_daemon_crashes_in_the_middle_of_pair(world):
     worker = begin_connecting(world, "hangs-on-pair")
-    world.keyboard.behave("normal")
     world.daemon.kill()
+    world.keyboard.behave("normal")
     world.daemon.start()
     expect_recovery(world, worker)
 
 
 def test_daemon_restarts_in_the_middle_of_connect(world):
     worker = begin_connecting(world, "hangs-on-connect")
+    world.daemon.stop()
     world.keyboard.behave("normal")
-    world.daemon.restart()
+    world.daemon.start()
     expect_recovery(world, worker)
 
 
 def test_daemon_crashes_in_the_middle_of_connect(world):
     worker = begin_connecting(world, "hangs-on-connect")
-    world.keyboard.behave("normal")
     world.daemon.kill()
+    world.keyboard.behave("normal")
     world.daemon.start()
     expect_recovery(world, worker)
 
