@@ -135,7 +135,9 @@ def main():
     if options.list:
         list_scenarios()
         return 0
-    signal.signal(signal.SIGTERM, signal.default_int_handler)  # ends like Ctrl-C: everything is stopped on the way out
+    # Either ends like Ctrl-C, also where a shell has begun us in the background: everything is stopped on the way out.
+    for number in (signal.SIGINT, signal.SIGTERM):
+        signal.signal(number, signal.default_int_handler)
     try:
         return run(options)
     except DownloadError as error:
