@@ -1,5 +1,8 @@
 #include "app/UserInterfaceModule.h"
 
+#include "platform/linux/BusAddress.h"
+#include "platform/linux/BusProbe.h"
+
 #include <cstdlib>
 #include <dlfcn.h>
 
@@ -40,6 +43,11 @@ std::unique_ptr<UserInterfacePlugin> cannotLoad() {
 
 std::unique_ptr<UserInterfacePlugin> loadUserInterface() {
   if (!hasDisplay()) return nullptr;
+  // With windows Qt connects to it by itself, and would wait for it without a limit.
+  if (probeBus(sessionBusAddress()) == BusState::silent) {
+    logger.error("no windows, start Zolvex again for them: the session bus does not answer");
+    return nullptr;
+  }
   void* module = dlopen(ZOLVEX_UI_PLUGIN, RTLD_NOW | RTLD_LOCAL);  // for good
   if (!module) return cannotLoad();
   const auto create = reinterpret_cast<UserInterfacePluginEntry*>(dlsym(module, userInterfacePluginEntryName));

@@ -23,18 +23,22 @@ SdBusHandle setOut(const std::string& address) {
 
 }  // namespace
 
-bool busAnswers(const std::string& address, std::chrono::milliseconds limit) {
+BusState probeBus(const std::string& address, std::chrono::milliseconds limit) {
   const auto deadline = Clock::now() + limit;
   const auto bus = setOut(address);
   while (bus) {
     const int processed = sd_bus_process(bus.get(), nullptr);
-    if (processed < 0) return false;
-    if (sd_bus_is_ready(bus.get()) > 0) return true;
+    if (processed < 0) return BusState::missing;
+    if (sd_bus_is_ready(bus.get()) > 0) return BusState::answering;
     const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now()).count();
-    if (left <= 0) return false;
+    if (left <= 0) return BusState::silent;
     if (processed == 0) sd_bus_wait(bus.get(), static_cast<std::uint64_t>(left));
   }
-  return false;
+  return BusState::missing;
+}
+
+bool busAnswers(const std::string& address, std::chrono::milliseconds limit) {
+  return probeBus(address, limit) == BusState::answering;
 }
 
 }  // namespace zolvex
