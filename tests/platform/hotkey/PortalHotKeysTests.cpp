@@ -61,6 +61,8 @@ TEST_F(PortalHotKeysTest, introducesItselfThenAsksForTheKeyByItsName) {
   list.beginArray();
   list.beginStructure();
   list >> id >> options;
+  list.endStructure();
+  list.endArray();
   EXPECT_EQ(id, u"ZLVX-1"_s);
   EXPECT_EQ(options[u"preferred_trigger"_s].toString(), u"CTRL+ALT+d"_s);
   EXPECT_EQ(options[u"description"_s].toString(), u"Switch the devices to this computer"_s);
