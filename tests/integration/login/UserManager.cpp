@@ -83,7 +83,10 @@ ProgramRun::Variables UserManager::variables() const {
           {u"XDG_CONFIG_HOME"_s, QString::fromStdString(configHome())},
           {u"XDG_RUNTIME_DIR"_s, QString::fromStdString(runtimeDirectory())},
           {u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromStdString(busAddress())},
-          {u"DBUS_SYSTEM_BUS_ADDRESS"_s, u"unix:path=/nonexistent"_s}};
+          {u"DBUS_SYSTEM_BUS_ADDRESS"_s, u"unix:path=/nonexistent"_s},
+          // The display of whoever runs the tests is not its own.
+          {u"DISPLAY"_s, u""_s},
+          {u"WAYLAND_DISPLAY"_s, u""_s}};
 }
 
 }  // namespace zolvex::test
