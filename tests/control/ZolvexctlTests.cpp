@@ -358,7 +358,8 @@ TEST(ZolvexctlBusTest, aBusThatNeverAnswersIsNotWaitedFor) {
 INSTANTIATE_TEST_SUITE_P(Commands, ZolvexctlAloneTest,
                          testing::Values("status", "status --refresh", "switch", "switch --wait", "quick-connect",
                                          "release --wait", "cancel", "devices", "manage A1", "peers", "add-peer X",
-                                         "remove-peer", "transport bonjour", "settings", "settings a b", "watch"));
+                                         "remove-peer", "transport bonjour", "settings", "settings a b", "show",
+                                         "watch"));
 
 }  // namespace
 }  // namespace zolvex::test

@@ -36,6 +36,7 @@ constexpr std::array commands{
                        "Keys: autoConnect, autoRelease, globalHotkeyEnabled, launchAtLogin (true or false);\n"
                        "autoReleaseHours (1/60, 5/60, 1, 8, or -1 for when locked); transportMode (bluetooth or\n"
                        "bonjour).\n"},
+    CommandDescription{"show", "", 0, 0, "", "Open the window", "Where the panel has the icon, it opens beside it.\n"},
     CommandDescription{"watch", "", 0, 0, "j", "Show what changes and what is decided, until interrupted", ""},
 };
 

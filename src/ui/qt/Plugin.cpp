@@ -25,6 +25,8 @@ class QtPlugin final : public UserInterfacePlugin {
     application_.setApplicationDisplayName(u"Zolvex"_s);
     application_.setDesktopFileName(u"quenmar.zolvex.app"_s);
     application_.setQuitOnLastWindowClosed(false);
+    // Each click counts: of two quick right ones Qt would keep the second from the status item, as a double click.
+    application_.setDoubleClickInterval(0);
     // Launch at login is a setting of ours; a session that is restored must not start a second one.
     QObject::connect(&application_, &QGuiApplication::saveStateRequest, &application_,
                      [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); });

@@ -3,6 +3,7 @@
 #include "app/ZolvexProcess.h"
 #include "platform/session/XvfbServer.h"
 
+#include <QPoint>
 #include <gtest/gtest.h>
 
 #include <optional>
