@@ -7,8 +7,6 @@
 
 #include <QCoreApplication>
 
-#include <QCoreApplication>
-
 #include <string>
 #include <utility>
 

@@ -36,9 +36,9 @@ namespace zolvex {
 
 /// Every long-lived object of the application, made once and in this order, each given what it needs. Construction
 /// registers the default settings and applies the default of launch at login before anything reads a setting; start()
-/// brings up the peer link, the buses, the watch over the session, the windows and the hot key, none of which need exist.
-/// Destruction gives up the hot key, ends running workers and drops waiting work; the devices are not released. Main
-/// thread.
+/// brings up the peer link, the buses, the watch over the session, the windows and the hot key, none of which need
+/// exist. Destruction gives up the hot key, ends running workers and drops waiting work; the devices are not released.
+/// Main thread.
 class SharedObjects {
  public:
   /// `windows` may be null: no display. It outlives this.

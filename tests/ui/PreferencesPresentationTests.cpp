@@ -91,7 +91,8 @@ TEST(PreferencesPresentation, showsTheConnectionThatTheStoredTextSelects) {
 }
 
 TEST(PreferencesPresentation, tellsInATooltipThatTheHotKeyIsTaken) {
-  EXPECT_EQ(presentPreferences({.hotKey = HotKeyState::heldByAnother}).globalHotkey.tooltip, "Another program uses this shortcut.");
+  EXPECT_EQ(presentPreferences({.hotKey = HotKeyState::heldByAnother}).globalHotkey.tooltip,
+            "Another program uses this shortcut.");
   EXPECT_EQ(presentPreferences({.hotKey = HotKeyState::heldByAnother}).globalHotkey.hint, "Control Option D");
 }
 
