@@ -14,7 +14,7 @@ endfunction()
 # programs with that label. What may take long is started first, so that nothing is left to wait for alone.
 # SERIAL: no other test runs beside these, because they measure time.
 function(zolvex_test name)
-  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;USES;LABELS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;USES;LABELS" ${ARGN})
   set(target test-${name})
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
@@ -31,8 +31,12 @@ function(zolvex_test name)
     endif()
     add_dependencies(${label}-tests ${target})
   endforeach()
+  list(JOIN ARG_LABELS " " labels)  # one label of several words: a list would not survive the discovery
+  set(properties LABELS "${labels}" TIMEOUT ${ARG_TIMEOUT} COST ${ARG_TIMEOUT})
+  if(ARG_SERIAL)
+    list(APPEND properties RUN_SERIAL TRUE)
+  endif()
   include(GoogleTest)
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${name}: " DISCOVERY_TIMEOUT 60
-                       PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT} COST ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}"
-                                  RUN_SERIAL ${ARG_SERIAL})
+                       PROPERTIES ${properties})
 endfunction()

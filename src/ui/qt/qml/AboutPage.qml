@@ -42,6 +42,7 @@ FocusScope {
                 sourceSize.width: Theme.applicationIcon
                 sourceSize.height: Theme.applicationIcon
                 source: "qrc:/zolvex/icons/quenmar.zolvex.app.svg"
+                cache: false  // nobody else shows it
                 Accessible.ignored: true
             }
             ThemedText {
