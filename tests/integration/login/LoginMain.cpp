@@ -1,35 +1,21 @@
 #include "OwnCgroup.h"
 #include "UserManager.h"
 #include "lab/world/Sandbox.h"
+#include "support/WholeProgram.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>
 
 #include <string>
-#include <string_view>
 #include <variant>
 
 namespace {
 
 using zolvex::lab::Sandbox;
+using zolvex::test::onlyListsTests;
 using zolvex::test::OwnCgroup;
+using zolvex::test::SkipEveryTest;
 using zolvex::test::UserManager;
-
-/// Skips every test when there can be no systemd of a user here, and says why.
-class NoUserManager : public testing::Environment {
- public:
-  explicit NoUserManager(std::string reason) : reason_(std::move(reason)) {}
-  void SetUp() override { GTEST_SKIP() << reason_; }
-
- private:
-  std::string reason_;
-};
-
-bool onlyListsTests(int argc, char** argv) {
-  for (int i = 1; i < argc; ++i)
-    if (std::string_view(argv[i]) == "--gtest_list_tests") return true;
-  return false;
-}
 
 /// Why not, if it cannot be.
 std::string prepare(const std::variant<Sandbox::Inside, Sandbox::Ended, Sandbox::Impossible>& entered,
@@ -51,7 +37,7 @@ int main(int argc, char** argv) {
       return ended->exitStatus;
     }
     if (const auto obstacle = prepare(entered, cgroup); !obstacle.empty())
-      testing::AddGlobalTestEnvironment(new NoUserManager("No systemd of a user can run here: " + obstacle));
+      testing::AddGlobalTestEnvironment(new SkipEveryTest("No systemd of a user can run here: " + obstacle));
   }
   QCoreApplication application(argc, argv);
   testing::InitGoogleTest(&argc, argv);
