@@ -9,7 +9,8 @@
 namespace zolvex {
 
 /// The one thread on which all TCP work runs, as the two serial queues that divide it. Owned by the application, made
-/// before the transport that uses it and destroyed after it; the main queue must outlive it.
+/// before the transport that uses it and destroyed after it, both on the main thread, where replies are given too: a
+/// reply that another thread is still giving would outlive what it is sent through. The main queue must outlive it.
 /// Nothing that runs here ever blocks, so stopping takes no longer than the handler that is running.
 class NetworkThread {
  public:

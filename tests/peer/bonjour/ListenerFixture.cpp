@@ -41,7 +41,7 @@ void ListenerFixture::cancelListener() {
 
 void ListenerFixture::shutDown() {
   cancelListener();
-  network_.reset();
+  mainQueue_.run([this] { network_.reset(); });  // replies come from there, and need the network to their end
 }
 
 std::promise<void> ListenerFixture::holdUpNetwork() {

@@ -37,7 +37,7 @@ const PeerReply success{DeviceCommand::operationSuccess, std::nullopt};
 class TcpRequestTest : public testing::Test {
  protected:
   ~TcpRequestTest() override {
-    network_.reset();
+    endNetwork();
     mainQueue_.run([] {});
     EXPECT_LE(completions_, 1);
   }
@@ -69,7 +69,9 @@ class TcpRequestTest : public testing::Test {
     return request(server.port());
   }
 
-  void endNetwork() { network_.reset(); }
+  void endNetwork() {
+    mainQueue_.run([this] { network_.reset(); });
+  }
   int completions() {
     mainQueue_.run([] {});
     return completions_;
