@@ -9,7 +9,7 @@
 #include "lab/bluez/BluezService.h"
 
 #include <QCoreApplication>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <chrono>

@@ -2,7 +2,7 @@
 #include "lab/PrivateBus.h"
 
 #include <QCoreApplication>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>

@@ -5,7 +5,7 @@
 #include "peer/bonjour/TcpListener.h"
 #include "peer/bonjour/TcpRequest.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <chrono>

@@ -6,7 +6,7 @@
 #include "platform/linux/PosixProcessLauncher.h"
 
 #include <QCoreApplication>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <atomic>

@@ -11,7 +11,7 @@
 #include "platform/linux/TerminationSignals.h"
 
 #include <QCoreApplication>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <csignal>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "core/Uuid.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <array>
 #include <cstdint>

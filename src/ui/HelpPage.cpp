@@ -2,7 +2,7 @@
 
 #include "ui/AboutPresentation.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "support/FakeWorkers.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace zolvex::test {
 

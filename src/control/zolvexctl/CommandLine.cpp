@@ -2,7 +2,7 @@
 
 #include "core/SettingsKeys.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>

@@ -10,7 +10,7 @@
 
 #include <QCoreApplication>
 #include <QDBusVariant>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cstdio>
 #include <map>

@@ -8,7 +8,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTime>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 
 #include "platform/linux/FileDescriptor.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <cerrno>
 #include <cstdio>

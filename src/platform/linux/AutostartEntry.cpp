@@ -3,7 +3,7 @@
 #include "core/Text.h"
 #include "platform/linux/UserUnit.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <fstream>
 #include <string_view>

@@ -2,7 +2,7 @@
 
 #include <QDateTime>
 #include <QJsonDocument>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <array>
 #include <cerrno>

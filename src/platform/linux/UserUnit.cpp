@@ -2,7 +2,7 @@
 
 #include "platform/linux/UserUnitTemplate.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cctype>

@@ -2,7 +2,7 @@
 
 #include "bluetooth/worker/BluetoothClassicController.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <functional>

@@ -9,7 +9,7 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QList>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <utility>
 

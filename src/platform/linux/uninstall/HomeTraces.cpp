@@ -3,7 +3,7 @@
 #include "platform/linux/ConfigDirectory.h"
 #include "platform/linux/UserUnit.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <system_error>
 

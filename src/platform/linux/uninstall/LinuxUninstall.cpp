@@ -5,7 +5,7 @@
 #include "platform/linux/ConfigDirectory.h"
 
 #include <QFile>
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <filesystem>
 #include <system_error>
