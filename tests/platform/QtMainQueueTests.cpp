@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -45,6 +46,22 @@ TEST_F(QtMainQueueTest, runsWorkOfOtherThreadsOnItsOwn) {
   ASSERT_TRUE(haveRun(1));
   EXPECT_TRUE(wasCurrent);
   EXPECT_FALSE(otherWasCurrent);
+}
+
+TEST_F(QtMainQueueTest, whatWorkOfOtherThreadsHoldsEndsOnItsOwn) {
+  constexpr int count = 20'000;
+  std::atomic<int> ended = 0;
+  std::atomic<int> endedElsewhere = 0;
+  const auto note = [&](void*) {
+    if (!queue.isCurrent()) ++endedElsewhere;
+    ++ended;
+  };
+  std::thread other([&] {
+    for (int i = 0; i < count; ++i) queue.async([held = std::shared_ptr<void>(nullptr, note)] {});
+  });
+  EXPECT_TRUE(runUntil([&] { return ended == count; }));
+  other.join();
+  EXPECT_EQ(endedElsewhere, 0);
 }
 
 TEST_F(QtMainQueueTest, runsDelayedWorkWhenItFallsDueNotBefore) {

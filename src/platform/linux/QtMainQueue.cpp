@@ -19,7 +19,9 @@ QtMainQueue::QtMainQueue() {
 }
 
 void QtMainQueue::async(std::function<void()> work) {
-  QMetaObject::invokeMethod(&context_, std::move(work), Qt::QueuedConnection);
+  // Qt's own reference may be the last one, on the calling thread. What the work holds has to end where it has run.
+  auto runOnce = [work = std::move(work)]() mutable { std::exchange(work, nullptr)(); };
+  QMetaObject::invokeMethod(&context_, std::move(runOnce), Qt::QueuedConnection);
 }
 
 WorkItem QtMainQueue::after(Seconds delay, std::function<void()> work) {
