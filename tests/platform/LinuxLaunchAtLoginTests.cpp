@@ -108,6 +108,38 @@ TEST_F(Unit, isWrittenEnabledAndRemoved) {
   EXPECT_FALSE(exists(unit) || is_symlink(wanted));
 }
 
+TEST_F(Unit, thatIsSwitchedOffStaysUntilTheProgramEnds) {
+  startUserManager();
+  {
+    auto running = launchAtLogin();
+    EXPECT_EQ(running.enable(), std::nullopt);
+    EXPECT_EQ(running.disable(), std::nullopt);
+    EXPECT_FALSE(running.status().isEnabled);
+    EXPECT_TRUE(exists(unit)) << "what runs as this service is bound to the desktop by it";
+    EXPECT_FALSE(is_symlink(wanted));
+  }
+  EXPECT_FALSE(exists(unit));
+}
+
+TEST_F(Unit, thatIsSwitchedOnAgainStays) {
+  startUserManager();
+  {
+    auto running = launchAtLogin();
+    EXPECT_EQ(running.enable(), std::nullopt);
+    EXPECT_EQ(running.disable(), std::nullopt);
+    EXPECT_EQ(running.enable(), std::nullopt);
+  }
+  EXPECT_TRUE(isEnabled());
+}
+
+TEST_F(Unit, thatTheUserDisabledElsewhereStays) {
+  startUserManager();
+  EXPECT_EQ(launchAtLogin().enable(), std::nullopt);
+  std::filesystem::remove(wanted);  // as "systemctl --user disable" does
+  EXPECT_FALSE(isEnabled());
+  EXPECT_TRUE(exists(unit)) << "\"systemctl --user enable\" needs it";
+}
+
 TEST_F(Unit, isStartedByAnEntryWhereTheDesktopDoesNotReachTheTarget) {
   startUserManager();
   EXPECT_EQ(launchAtLogin().enable(), std::nullopt);

@@ -41,6 +41,11 @@ LinuxLaunchAtLogin::LinuxLaunchAtLogin(const Places& places, const std::optional
       sessionBus_(sessionBus),
       arrival_(sessionBus.arrived.observe([this] { askForReload(); })) {}
 
+LinuxLaunchAtLogin::~LinuxLaunchAtLogin() {
+  if (!isSwitchedOff_) return;
+  if (const auto failure = unit_.removeUnused()) logger.error("the unit that is not used any more stays: {}", *failure);
+}
+
 LaunchAtLogin::Status LinuxLaunchAtLogin::status() const {
   const auto entry = entry_.state();
   if (entry == AutostartEntry::State::off) return {false, "it is switched off in " + entry_.path()};
@@ -56,6 +61,7 @@ LaunchAtLogin::Status LinuxLaunchAtLogin::status() const {
 }
 
 LaunchAtLogin::Failure LinuxLaunchAtLogin::enable() {
+  isSwitchedOff_ = false;
   if (!isProgramKnown_) return "it is not known where this program is";
   if (hasUserManager() && isProgramForUnit_) return enableUnit();
   return hasForeignEntry() ? std::nullopt : entry_.writeForProgram();
@@ -81,6 +87,7 @@ bool LinuxLaunchAtLogin::hasForeignEntry() const {
 }
 
 LaunchAtLogin::Failure LinuxLaunchAtLogin::disable() {
+  isSwitchedOff_ = true;
   auto failure = unit_.disable();
   if (auto entryFailure = entry_.remove()) failure = std::move(entryFailure);
   if (hasUserManager()) wantReload();

@@ -17,7 +17,8 @@ class BusLink;
 /// autostart entry where the user has no systemd, or one that cannot start a program at this place. The unit starts
 /// with graphical-session.target; for desktops that do not reach it an autostart entry starts the unit. It only writes
 /// files, so that nothing can hang, and lets systemd know without waiting. What the user switched off elsewhere
-/// (masked, disabled, or in the desktop's list of autostart programs) is not enabled.
+/// (masked, disabled, or in the desktop's list of autostart programs) is not enabled. When it is switched off, the unit
+/// that it wrote stays until the end of the program, which may be running as that service.
 /// Owned by the application. Main thread.
 class LinuxLaunchAtLogin final : public LaunchAtLogin {
  public:
@@ -32,6 +33,7 @@ class LinuxLaunchAtLogin final : public LaunchAtLogin {
 
   /// `program` is what is to be started; none when it cannot be known. The link outlives this.
   LinuxLaunchAtLogin(const Places& places, const std::optional<std::string>& program, BusLink& sessionBus);
+  ~LinuxLaunchAtLogin() override;
 
   Status status() const override;
   Failure enable() override;
@@ -57,6 +59,7 @@ class LinuxLaunchAtLogin final : public LaunchAtLogin {
   const AutostartEntry entry_;
   BusLink& sessionBus_;
   bool isReloadWanted_ = false;
+  bool isSwitchedOff_ = false;  // by disable(), since when nothing has enabled it
   Subscription arrival_;
 };
 

@@ -25,7 +25,7 @@ constexpr std::string_view placeholder = "@ZOLVEX_PROGRAM@";
 constexpr std::string_view command = "ExecStart=";
 constexpr std::string_view ownMark = "[X-Zolvex]";  // systemd skips what begins with X-
 constexpr auto ownNote =
-    "\n[X-Zolvex]\n# Zolvex wrote this file, and removes it when launch at login is switched off.\n";
+    "\n[X-Zolvex]\n# Zolvex wrote this file, and removes it at its end when launch at login is switched off.\n";
 
 bool exists(const std::string& path) {
   struct stat status {};
@@ -169,12 +169,15 @@ FileFailure UserUnit::link() const {
 }
 
 FileFailure UserUnit::disable() const {
-  auto remove = linksIn(directory_);
-  if (isOwnFileOurs()) remove.push_back(ownFile_);
-  for (const auto& file : remove)
-    if (unlink(file.c_str()) != 0) return fileFailure("remove", file);
+  for (const auto& link : linksIn(directory_))
+    if (unlink(link.c_str()) != 0) return fileFailure("remove", link);
   if (state() != State::on) return std::nullopt;
   return fmt::format("{0} is enabled for all users; \"systemctl --user mask {0}\" switches it off for one", name);
+}
+
+FileFailure UserUnit::removeUnused() const {
+  if (!isOwnFileOurs() || isLinked() || unlink(ownFile_.c_str()) == 0) return std::nullopt;
+  return fileFailure("remove", ownFile_);
 }
 
 FileFailure UserUnit::followProgram() const {

@@ -28,8 +28,12 @@ class UserUnit {
 
   FileFailure enable() const;
 
-  /// Takes back enable() and "systemctl --user enable"; fails when it is on for all users.
+  /// Takes back enable() and "systemctl --user enable"; fails when it is on for all users. The file stays, because a
+  /// service whose file is gone has lost what it was bound to: it would not end with the desktop any more.
   FileFailure disable() const;
+
+  /// Removes the file that it wrote, unless that is enabled again.
+  FileFailure removeUnused() const;
 
   /// Writes the own unit again when it is enabled and starts a program that is no longer there.
   FileFailure followProgram() const;

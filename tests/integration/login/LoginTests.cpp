@@ -82,14 +82,16 @@ TEST_F(LoginTest, whatIsKilledComesBackUntilItIsStopped) {
   EXPECT_TRUE(hasEnded(second));
 }
 
-TEST_F(LoginTest, whatIsSwitchedOffRunsOnAndDoesNotComeWithTheNextDesktop) {
+TEST_F(LoginTest, whatIsSwitchedOffRunsOnToTheEndOfTheDesktopAndDoesNotComeWithTheNextOne) {
   ASSERT_TRUE(manager.beginDesktop());
   ASSERT_TRUE(isUp());
+  const auto zolvex = process();
   ASSERT_EQ(launchAtLogin.disable(), std::nullopt);
-  ASSERT_TRUE(manager.reaches(u"LoadState"_s, "not-found"));
+  ASSERT_TRUE(manager.reaches(u"UnitFileState"_s, "disabled"));
   EXPECT_EQ(manager.property(u"SubState"_s), "running");
-  manager.systemctl({u"stop"_s, u"zolvex.service"_s});
   ASSERT_TRUE(manager.endDesktop());
+  EXPECT_TRUE(manager.reaches(u"ActiveState"_s, "inactive"));
+  EXPECT_TRUE(hasEnded(zolvex));
   ASSERT_TRUE(manager.beginDesktop());
   EXPECT_EQ(manager.property(u"ActiveState"_s), "inactive");
 }
