@@ -38,10 +38,15 @@ PeerRow peerRow(const NetworkDevice& peer, Date now) {
   return row;
 }
 
-QVariant peerRows(const std::vector<NetworkDevice>& peers, Date now) {
+PeerRows peerRows(const std::vector<NetworkDevice>& peers, Date now) {
   PeerRows rows;
   for (const auto& peer : peers) rows.append(peerRow(peer, now));
-  return QVariant::fromValue(rows);
+  return rows;
+}
+
+PeerRows withoutTimes(PeerRows rows) {
+  for (auto& row : rows) row.lastReachable = 0;
+  return rows;
 }
 
 bool isFirstReachable(const std::vector<NetworkDevice>& peers, Date now) {
@@ -59,7 +64,10 @@ ControlState::ControlState(const Controlled& controlled)
     : use_(controlled),
       toldOperation_(operationName(controlled.deviceManager)),
       toldTransportMode_(qString(controlled.networkStore.transportMode())),
-      toldReachable_(controlled.networkStore.isPeerReachable()) {
+      toldReachable_(controlled.networkStore.isPeerReachable()),
+      toldRegistered_(withoutTimes(peerRows(controlled.networkStore.networkDevices(), controlled.mainQueue.now()))),
+      toldDiscovered_(
+          withoutTimes(peerRows(controlled.networkStore.discoveredNetworkDevices(), controlled.mainQueue.now()))) {
   registerTypes();
   observeOwnership();
   observePeers();
@@ -74,8 +82,8 @@ QVariantMap ControlState::all() const {
           {u"LastResult"_s, qString(manager.lastResult())},
           {u"CurrentOperation"_s, operationName(manager)},
           {u"Devices"_s, deviceRows(use_.bluetoothStore.peripherals())},
-          {u"RegisteredPeers"_s, peerRows(use_.networkStore.networkDevices(), now)},
-          {u"DiscoveredPeers"_s, peerRows(use_.networkStore.discoveredNetworkDevices(), now)},
+          {u"RegisteredPeers"_s, QVariant::fromValue(peerRows(use_.networkStore.networkDevices(), now))},
+          {u"DiscoveredPeers"_s, QVariant::fromValue(peerRows(use_.networkStore.discoveredNetworkDevices(), now))},
           {u"PeerReachable"_s, use_.networkStore.isPeerReachable()},
           {u"TransportMode"_s, qString(use_.networkStore.transportMode())},
           {u"Version"_s, qString(versionText())}};
@@ -109,15 +117,23 @@ void ControlState::observePeers() {
 
 void ControlState::tellRegistered(const Peers& peers) {
   const auto now = use_.mainQueue.now();
-  assigned.emit(u"RegisteredPeers"_s, peerRows(peers, now));
+  tellPeers(u"RegisteredPeers"_s, peerRows(peers, now), toldRegistered_);
   const bool isReachable = isFirstReachable(peers, now);
   if (std::exchange(toldReachable_, isReachable) != isReachable) assigned.emit(u"PeerReachable"_s, isReachable);
   registeredExpiry_ = tellAgain(peers, [this](const Peers& still) { tellRegistered(still); });
 }
 
 void ControlState::tellDiscovered(const Peers& peers) {
-  assigned.emit(u"DiscoveredPeers"_s, peerRows(peers, use_.mainQueue.now()));
+  tellPeers(u"DiscoveredPeers"_s, peerRows(peers, use_.mainQueue.now()), toldDiscovered_);
   discoveredExpiry_ = tellAgain(peers, [this](const Peers& still) { tellDiscovered(still); });
+}
+
+/// Not that one was heard of again, which happens with each health check: it would wake up two processes each time.
+void ControlState::tellPeers(const QString& name, const PeerRows& rows, PeerRows& told) {
+  auto withoutTheirTimes = withoutTimes(rows);
+  if (withoutTheirTimes == told) return;
+  told = std::move(withoutTheirTimes);
+  assigned.emit(name, QVariant::fromValue(rows));
 }
 
 /// When the first of them stops counting as reachable, which nothing announces.

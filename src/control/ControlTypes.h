@@ -31,6 +31,8 @@ struct PeerRow {
   bool isActive = false;
   bool isReachable = false;     ///< When the row was made; it fades with time.
   qlonglong lastReachable = 0;  ///< Milliseconds since 1970; 0 for never.
+
+  bool operator==(const PeerRow& other) const = default;
 };
 
 using DeviceRows = QList<DeviceRow>;

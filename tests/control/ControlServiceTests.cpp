@@ -9,6 +9,8 @@
 #include <QRegularExpression>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace zolvex::test {
 namespace {
 
@@ -54,6 +56,12 @@ struct ControlServiceTest : testing::Test {
   void SetUp() override {
     ASSERT_TRUE(computer.isReady());
     client.emplace(computer.bus.address());
+  }
+  /// How many changes of one property were told until now.
+  long countOf(const QString& name) {
+    client->property(u"Version"_s);  // what was told before has come
+    return std::count_if(client->changes.begin(), client->changes.end(),
+                         [&](const auto& change) { return change.first == name; });
   }
   /// The texts of the changes of one property, once there are as many as the state has been assigned.
   std::vector<std::string> changesOf(const QString& name, std::size_t count) {
@@ -200,6 +208,33 @@ TEST_F(ControlServiceTest, thatAPeerHasFallenSilentIsTold) {
   const auto peers = qdbus_cast<PeerRows>(client->property(u"RegisteredPeers"_s));
   ASSERT_EQ(peers.size(), 1);
   EXPECT_FALSE(peers[0].isReachable);
+}
+
+TEST_F(ControlServiceTest, thatAPeerWasHeardOfAgainIsNotTold) {
+  const auto found = *world.network().registeredPeer();
+  world.peer.discover(found);
+  world.advance(NetworkDeviceStore::firstHealthCheckDelay + Seconds(1));
+  ASSERT_TRUE(world.network().isPeerReachable());
+  const auto registered = countOf(u"RegisteredPeers"_s);
+  const auto discovered = countOf(u"DiscoveredPeers"_s);
+  EXPECT_GT(registered, 0);
+  EXPECT_GT(discovered, 0);
+  const auto heard = qdbus_cast<PeerRows>(client->property(u"RegisteredPeers"_s))[0].lastReachable;
+  world.peer.receive("HEALTH_CHECK");
+  world.advance(4 * NetworkDeviceStore::peerHealthInterval);
+  EXPECT_EQ(countOf(u"RegisteredPeers"_s), registered);
+  EXPECT_EQ(countOf(u"DiscoveredPeers"_s), discovered);
+  EXPECT_GT(qdbus_cast<PeerRows>(client->property(u"RegisteredPeers"_s))[0].lastReachable, heard);
+}
+
+TEST_F(ControlServiceTest, whatElseIsNewOfAPeerIsTold) {
+  world.advance(NetworkDeviceStore::firstHealthCheckDelay + Seconds(1));
+  const auto before = countOf(u"RegisteredPeers"_s);
+  auto moved = *world.network().registeredPeer();
+  moved.port = 4712;
+  world.peer.discover(moved);
+  EXPECT_EQ(countOf(u"RegisteredPeers"_s), before + 1);
+  EXPECT_EQ(qdbus_cast<PeerRows>(client->changes.back().second)[0].port, 4712);
 }
 
 TEST_F(ControlServiceTest, refusalsHaveNamesAndTexts) {
