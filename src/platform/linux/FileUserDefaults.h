@@ -32,7 +32,7 @@ class FileUserDefaults final : public UserDefaults {
   static constexpr Seconds writePeriod{0.5};
 
   /// What is noted eventually is written no later than this. Each write costs the disk several waits.
-  static constexpr Seconds eventually{45.0};
+  static constexpr Seconds eventually = std::chrono::minutes(15);
 
   /// Makes the file's directory (mode 0700) when it is missing.
   FileUserDefaults(MainQueue& mainQueue, std::string path);
