@@ -9,6 +9,7 @@
 #include <asio/post.hpp>
 #include <asio/write.hpp>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <string_view>
@@ -33,7 +34,9 @@ void AcceptedConnection::start() {
   if (error) return close();
   takeWhatHasCome();
   if (phase_ != Phase::reading) return;
-  limitPhase(surroundings_->limits.frame);
+  const auto& limits = surroundings_->limits;
+  const bool hasSpoken = !reader_.message().empty();
+  limitPhase(hasSpoken ? limits.frame : std::max(limits.frame - limits.silence, Seconds(0)));
   awaitFrame();
 }
 
@@ -117,9 +120,9 @@ void AcceptedConnection::abandon() {
   });
 }
 
+/// The limit of the reply holds for the writing, too.
 void AcceptedConnection::send(DeviceCommand command) {
   phase_ = Phase::leaving;
-  limitPhase(surroundings_->limits.farewell);
   frame_ = frameOf(command);
   asio::async_write(socket_, asio::buffer(frame_), [self = shared_from_this()](asio::error_code error, std::size_t) {
     if (self->phase_ != Phase::leaving) return;
@@ -131,6 +134,8 @@ void AcceptedConnection::leave() {
   asio::error_code error;
   socket_.shutdown(asio::ip::tcp::socket::shutdown_send, error);
   error ? close() : readFarewell();
+  // Mostly the requester has left already. A timer that is taken back would wake the thread at its hour all the same.
+  if (phase_ == Phase::leaving) limitPhase(surroundings_->limits.farewell);
 }
 
 void AcceptedConnection::awaitFarewell() {

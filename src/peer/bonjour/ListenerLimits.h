@@ -2,6 +2,7 @@
 
 #include "core/Time.h"
 
+#include <chrono>
 #include <cstddef>
 
 namespace zolvex {
@@ -10,7 +11,8 @@ namespace zolvex {
 /// peerProtocol::maximumFrameLength.)
 struct ListenerLimits {
   std::size_t connections = 64;         ///< Accepted connections alive at once.
-  Seconds frame{10.0};                  ///< From accepting a connection to its whole frame.
+  std::chrono::seconds silence{1};      ///< For which the kernel keeps what connects and says nothing; 0: not at all.
+  Seconds frame{10.0};                  ///< From the connecting to the whole frame.
   Seconds reply{120.0};                 ///< From the frame to the reply. Releasing many devices takes long.
   Seconds farewell{2.0};                ///< From the reply to the requester's end of the connection.
   std::size_t farewellBytes = 1 << 20;  ///< What is read and discarded meanwhile.

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 #include <utility>
 
 namespace zolvex {
@@ -21,6 +23,16 @@ constexpr Logger logger("Bonjour");
 bool isFinal(asio::error_code error) {
   return error == asio::error::bad_descriptor || error == asio::error::not_socket ||
          error == asio::error::invalid_argument || error == asio::error::operation_not_supported;
+}
+
+/// Has the kernel hand over a connection with its first bytes, or when it has been silent for that long. Else each
+/// request would wake us up twice, and a crowd of them would displace each other before they have spoken.
+void deferSilentOnes(asio::ip::tcp::acceptor& acceptor, std::chrono::seconds time) {
+#ifdef TCP_DEFER_ACCEPT
+  const int seconds = static_cast<int>(time.count());
+  ::setsockopt(acceptor.native_handle(), IPPROTO_TCP, TCP_DEFER_ACCEPT, &seconds,
+               sizeof seconds);  // works without, too
+#endif
 }
 
 }  // namespace
@@ -46,6 +58,7 @@ asio::error_code TcpListener::openWith(const asio::ip::tcp& protocol) {
   acceptor_.open(protocol, error);
   if (!error && protocol == asio::ip::tcp::v6()) acceptor_.set_option(asio::ip::v6_only(false), error);
   if (!error) acceptor_.bind({protocol, anyPort}, error);
+  if (!error) deferSilentOnes(acceptor_, surroundings_->limits.silence);
   if (!error) acceptor_.listen(asio::socket_base::max_listen_connections, error);
   return error;
 }

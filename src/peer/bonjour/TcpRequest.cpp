@@ -8,8 +8,11 @@
 #include <asio/post.hpp>
 #include <asio/write.hpp>
 
+#include <cerrno>
 #include <memory>
 #include <string_view>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <utility>
 
 namespace zolvex {
@@ -19,6 +22,32 @@ namespace {
 constexpr Logger logger("Bonjour");
 
 constexpr std::size_t longerThanAnyCommand = 64;  // characters
+
+asio::error_code lastError() {
+  return {errno, asio::error::get_system_category()};
+}
+
+/// A new socket that is on its way to `endpoint`. Asio would watch it from before that on, when it counts as hung up:
+/// the network thread would be woken up for nothing.
+asio::error_code beginConnecting(asio::ip::tcp::socket& socket, const asio::ip::tcp::endpoint& endpoint) {
+  const auto protocol = endpoint.protocol();
+  const int descriptor = ::socket(protocol.family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, protocol.protocol());
+  if (descriptor < 0) return lastError();
+  const bool isOnItsWay = ::connect(descriptor, endpoint.data(), static_cast<socklen_t>(endpoint.size())) == 0 ||
+                          errno == EINPROGRESS || errno == EINTR;
+  auto error = isOnItsWay ? asio::error_code() : lastError();
+  if (!error) socket.assign(protocol, descriptor, error);
+  if (error) ::close(descriptor);
+  return error;
+}
+
+/// What has become of that.
+asio::error_code connectOutcome(asio::ip::tcp::socket& socket) {
+  int outcome = 0;
+  socklen_t size = sizeof outcome;
+  if (::getsockopt(socket.native_handle(), SOL_SOCKET, SO_ERROR, &outcome, &size) != 0) return lastError();
+  return {outcome, asio::error::get_system_category()};
+}
 
 /// What is left of an endless reply: enough to quote, cut between two characters.
 PeerReply replyFromEndlessText(std::string_view text) {
@@ -34,7 +63,7 @@ void TcpRequest::send(NetworkThread& network, MainQueue& mainQueue, Target targe
     const auto self = weak.lock();
     if (self) asio::post(self->socket_.get_executor(), [self] { self->limitReached(); });
   });
-  asio::post(network.connectionQueue(), [request = std::move(request)] { request->connect(); });
+  request->connect();
 }
 
 TcpRequest::TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
@@ -56,9 +85,11 @@ void TcpRequest::connect() {
   asio::error_code error;
   const auto address = asio::ip::make_address(target_.host, error);
   if (error) return connectionFailed("not a numeric address: " + escapedForLog(target_.host));
-  socket_.async_connect({address, target_.port}, [self = shared_from_this()](asio::error_code connectError) {
+  if ((error = beginConnecting(socket_, {address, target_.port}))) return connectionFailed(error.message());
+  socket_.async_wait(asio::ip::tcp::socket::wait_write, [self = shared_from_this()](asio::error_code waitError) {
     if (self->isCompleted_) return;
-    connectError ? self->connectionFailed(connectError.message()) : self->connected();
+    const auto outcome = waitError ? waitError : connectOutcome(self->socket_);
+    outcome ? self->connectionFailed(outcome.message()) : self->connected();
   });
 }
 

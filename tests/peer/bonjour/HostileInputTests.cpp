@@ -22,6 +22,9 @@ using testing::IsEmpty;
 constexpr std::size_t manyConnections = 1000;
 constexpr std::size_t tolerableGrowth = 32 << 20;  // bytes; the sanitizers keep some of what is freed
 
+constexpr std::chrono::seconds none{0};
+constexpr std::chrono::minutes aMinute{1};
+
 constexpr auto tooSlow = "Closing a connection that sent no whole frame in time";
 constexpr auto tooLong = "Closing a connection that sent too much without a delimiter";
 constexpr auto tooMany = "Too many connections: closing the oldest unfinished one";
@@ -76,7 +79,7 @@ TEST_F(HostileInputTest, hundredMegabytesWithoutADelimiterAreCutOff) {
 
 TEST_F(HostileInputTest, aThousandConnectionsThatNeverSpeakMakeRoom) {
   log.expectError(tooMany);
-  start();
+  start({.silence = none});
   std::vector<RawSocket> silent;
   for (std::size_t i = 0; i < manyConnections; ++i) {
     silent.push_back(RawSocket::connectedTo(port()));
@@ -86,6 +89,30 @@ TEST_F(HostileInputTest, aThousandConnectionsThatNeverSpeakMakeRoom) {
   const auto mustBeClosed = manyConnections - ListenerLimits{}.connections;
   for (std::size_t i = 0; i < mustBeClosed; ++i) ASSERT_EQ(silent[i].receive(), "") << i;
   EXPECT_EQ(log.count(tooMany), 1);
+}
+
+TEST_F(HostileInputTest, theKernelKeepsThoseThatNeverSpeakForAWhile) {
+  log.expectError(tooMany);
+  log.expectError(tooSlow);
+  start({.frame = Seconds(2.0)});
+  std::vector<RawSocket> silent;
+  for (std::size_t i = 0; i < manyConnections; ++i) {
+    silent.push_back(RawSocket::connectedTo(port()));
+    if (i % 100 == 0) expectGoodServiceToOthers();
+  }
+  for (auto& socket : silent) ASSERT_EQ(socket.receive(), "");
+  expectGoodServiceToOthers();
+}
+
+TEST_F(HostileInputTest, thoseThatHaveNotSpokenYetAreNotDisplaced) {
+  start({.connections = 3, .silence = aMinute});
+  std::vector<RawSocket> crowd;
+  for (int i = 0; i < 100; ++i) crowd.push_back(RawSocket::connectedTo(port()));
+  for (auto& socket : crowd) {
+    socket.send(healthCheckFrame);
+    socket.halfClose();
+    EXPECT_EQ(socket.receiveAll(), successFrame);
+  }
 }
 
 TEST_F(HostileInputTest, aThousandHalfClosedConnectionsAreForgotten) {
@@ -146,7 +173,7 @@ TEST_F(HostileInputTest, drippingBytesDoNotExtendTheLimit) {
 
 TEST_F(HostileInputTest, theOldestUnfinishedConnectionGoesFirst) {
   log.expectError(tooMany);
-  start({.connections = 3}, false);
+  start({.connections = 3, .silence = none}, false);
   auto waiting = RawSocket::connectedTo(port());
   waiting.send(healthCheckFrame);
   ASSERT_TRUE(waitForCommands(1));
@@ -163,7 +190,7 @@ TEST_F(HostileInputTest, theOldestUnfinishedConnectionGoesFirst) {
 
 TEST_F(HostileInputTest, aFrameThatCameWhileTheListenerWasBusyIsNotDisplaced) {
   log.expectError(tooMany);
-  start({.connections = 1});
+  start({.connections = 1, .silence = none});
   auto displaced = RawSocket::connectedTo(port());
   auto asking = RawSocket::connectedTo(port());
   EXPECT_EQ(displaced.receiveAll(), "");  // so the other one was accepted

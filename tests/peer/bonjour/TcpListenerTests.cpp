@@ -18,6 +18,8 @@ using testing::IsEmpty;
 
 using TcpListenerTest = test::ListenerFixture;
 
+constexpr std::chrono::minutes aMinute{1};
+
 std::string frame(std::string_view text) {
   return std::string(text) + '\0';
 }
@@ -177,10 +179,20 @@ TEST_F(TcpListenerTest, cancelledListenerAcceptsNothingMore) {
 
 TEST_F(TcpListenerTest, cancellingClosesConnectionsWithoutACommand) {
   start();
-  auto silent = RawSocket::connectedTo(port());
-  EXPECT_EQ(ask(port(), healthCheckFrame), successFrame);  // so the silent one has been accepted
+  auto unfinished = RawSocket::connectedTo(port());
+  unfinished.send("HEALTH");
+  EXPECT_EQ(ask(port(), healthCheckFrame), successFrame);  // so the other one has been accepted
   cancelListener();
-  EXPECT_EQ(silent.receiveAll(), "");
+  EXPECT_EQ(unfinished.receiveAll(), "");
+}
+
+TEST_F(TcpListenerTest, cancelledListenerHearsNothingOfThoseThatSpeakLater) {
+  start({.silence = aMinute});
+  auto silent = RawSocket::connectedTo(port());
+  cancelListener();
+  ASSERT_TRUE(waitForLog("Listener was cancelled"));
+  EXPECT_TRUE(silent.isAbandonedByOtherSide());
+  EXPECT_THAT(received(), IsEmpty());
 }
 
 TEST_F(TcpListenerTest, commandReceivedBeforeCancellingIsStillAnswered) {
