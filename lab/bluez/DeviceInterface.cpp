@@ -68,6 +68,11 @@ QVariantMap DeviceInterface::properties() const {
   return all;
 }
 
+// The daemon tells that a bond is made. That it ends is told by `Paired` alone.
+QStringList DeviceInterface::silentProperties() const {
+  return isBonded() ? QStringList{} : QStringList{u"Bonded"_s};
+}
+
 bool DeviceInterface::handle(const BusCall& call) {
   if (call.member() == u"Pair"_s) return pair(call), true;
   if (call.member() == u"CancelPairing"_s) return cancelPairing(call), true;

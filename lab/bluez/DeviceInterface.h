@@ -34,6 +34,7 @@ class DeviceInterface : public QObject, public BusInterface {
 
   QString name() const override;
   QVariantMap properties() const override;
+  QStringList silentProperties() const override;
   bool handle(const BusCall& call) override;
   void setProperty(const BusCall& call, const QString& property, const QVariant& value) override;
   QString introspection() const override;

@@ -28,6 +28,18 @@ TEST_F(BluezDevice, pairBondsItHere) {
   EXPECT_TRUE(client->signalLog.contains(u"PropertiesChanged "_s + DeviceInterface::pathOf(mouse)));
 }
 
+TEST_F(BluezDevice, endOfABondIsToldByPairedAlone) {
+  find(mouse);
+  client->device(mouse, u"Pair"_s);
+  ASSERT_TRUE(waitUntil([&] { return client->changeLog.contains(u"Paired=true"_s); }));
+  EXPECT_TRUE(client->changeLog.contains(u"Bonded=true"_s));
+  client->removeDevice(mouse);
+  ASSERT_TRUE(waitUntil([&] { return client->changeLog.contains(u"Paired=false"_s); }));
+  ASSERT_TRUE(
+      waitUntil([&] { return client->signalLog.contains(u"InterfacesRemoved "_s + DeviceInterface::pathOf(mouse)); }));
+  EXPECT_FALSE(client->changeLog.contains(u"Bonded=false"_s));
+}
+
 TEST_F(BluezDevice, pairOfAPairedDeviceAlreadyExists) {
   radio.bond(u"Laptop"_s, mouse);
   EXPECT_EQ(client->device(mouse, u"Pair"_s).errorName(), u"org.bluez.Error.AlreadyExists"_s);

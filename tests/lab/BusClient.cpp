@@ -96,6 +96,9 @@ void BusClient::onSignal(const QDBusMessage& message) {
   const auto first = message.arguments().value(0);
   const auto path = first.canConvert<QDBusObjectPath>() ? first.value<QDBusObjectPath>().path() : message.path();
   signalLog.append(message.member() + u' ' + path);
+  if (message.member() != u"PropertiesChanged"_s) return;
+  const auto changed = qdbus_cast<QVariantMap>(message.arguments().value(1));
+  for (auto it = changed.begin(); it != changed.end(); ++it) changeLog.append(it.key() + u'=' + it->toString());
 }
 
 BluezTest::BluezTest(BluezTiming timing) : laptop(radio, u"Laptop"_s, timing) {

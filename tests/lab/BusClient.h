@@ -48,6 +48,9 @@ class BusClient : public QObject {
   /// "NAME PATH" of each signal of the service's objects so far.
   QStringList signalLog;
 
+  /// "PROPERTY=VALUE" of each property of theirs that was announced as changed, those announced together by name.
+  QStringList changeLog;
+
  private Q_SLOTS:
   void onSignal(const QDBusMessage& message);
 

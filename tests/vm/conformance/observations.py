@@ -267,7 +267,7 @@ def announcements_of_a_removal(subject):
     subject.bluez.signals.clear()
     subject.call(ADAPTER, "RemoveDevice", "o", subject.path)
     subject.bluez.wait_for("InterfacesRemoved", subject.path, 0, 5)
-    return order_of(subject, "Connected", "Paired")
+    return order_of(subject, "Connected", "Bonded", "Paired")
 
 
 @observation
