@@ -12,10 +12,12 @@ REMOVAL_LIMIT, SILENCE = 8.0, 4.0
 STATE = ("Paired", "Bonded", "Connected")
 
 
-def found(subject, peer, uuid, limit=BEGIN_LIMIT):
-    """Its path, or None."""
+def found(subject, peer, uuid=None, limit=BEGIN_LIMIT):
+    """Its path, or None; with a UUID only what advertises it is looked for."""
     path, begin = device_path(subject.adapter, peer.address), len(subject.bluez.signals)
-    filter_ = {"Transport": "le", "UUIDs": dbus.Array([uuid], signature="s")}
+    filter_ = {"Transport": "le"}
+    if uuid:
+        filter_["UUIDs"] = dbus.Array([uuid], signature="s")
     subject.call(ADAPTER, "SetDiscoveryFilter", "a{sv}", filter_)
     subject.call(ADAPTER, "StartDiscovery")
     is_found = subject.bluez.wait_for("InterfacesAdded", path, begin, limit)
@@ -24,7 +26,7 @@ def found(subject, peer, uuid, limit=BEGIN_LIMIT):
 
 
 def connected(subject, peer):
-    path = found(subject, peer, SERVICE_UUID)
+    path = found(subject, peer)
     assert path, "no advertisement is heard"
     answer = subject.call(DEVICE, "Connect", path=path)
     assert not answer.error, f"Connect: {answer}"

@@ -54,6 +54,9 @@ def observe_once(subject, function):
     except Exception as error:  # what cannot be observed is an observation, too
         seen = f"cannot be observed: {error or type(error).__name__}"
         subject.distrust()
+    if end := subject.own_end():
+        seen += f"; {subject.name} ended by itself: {end}"
+        subject.distrust()
     return seen, paces(subject.calls), time.monotonic() - began
 
 

@@ -54,6 +54,9 @@ class RealDaemon(Subject):
     def distrust(self):
         self._world.daemon.distrust()
 
+    def own_end(self):
+        return self._world.daemon.own_end()
+
     def behave(self, behaviour):
         self._world.keyboard.behave(behaviour)
 
@@ -109,6 +112,9 @@ class LabDaemon(Subject):
 
     def distrust(self):
         pass  # what it imitates has no secrets
+
+    def own_end(self):
+        return None
 
     def behave(self, behaviour):
         self._order("lift")

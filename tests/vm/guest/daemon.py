@@ -3,6 +3,7 @@ import fcntl
 import os
 import pathlib
 import shutil
+import signal
 import socket
 import struct
 import subprocess
@@ -98,6 +99,13 @@ class Bluetoothd:
 
     def is_running(self):
         return self._process is not None
+
+    def own_end(self):
+        """How it ended without having been told to; None if it did not."""
+        status = self._process.poll() if self._process else None
+        if status is None:
+            return None
+        return f"status {status}" if status >= 0 else signal.Signals(-status).name
 
     def distrust(self):
         """After a failure, for example, it may be in any state."""
