@@ -8,6 +8,7 @@ import os
 import pty
 import subprocess
 import sys
+import threading
 import time
 
 import dbus
@@ -43,8 +44,11 @@ def run_worker(command, address):
     worker = subprocess.Popen(
         [os.environ["VM_ZOLVEX"], WORKER_FLAG, command], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL
     )
-    worker.communicate(address.encode())
-    ended = time.monotonic()
+    ends = []
+    waiting = threading.Thread(target=lambda: (worker.communicate(address.encode()), ends.append(time.monotonic())))
+    waiting.start()  # meanwhile this thread notes when the calls come
+    assert wait_until(lambda: ends, ANSWER_LIMIT), "the worker does not end"
+    ended = ends[0]
     assert worker.returncode == 0, f"{command}: {worker.returncode}"
     if command == "unregister":
         return {"remove": ended - began}
@@ -61,6 +65,9 @@ class Bluetoothctl:
         if self._process == 0:
             os.execvp("bluetoothctl", ["bluetoothctl"])
         self._await(b"Agent registered")
+        # Not "scan bredr", which in BlueZ 5.66 sets no filter: it would look for LE devices first, for 5 s.
+        for line in (b"menu scan", b"transport bredr", b"back"):
+            os.write(self._terminal, line + b"\n")
 
     def _await(self, text):
         held, deadline = b"", time.monotonic() + ANSWER_LIMIT
@@ -85,7 +92,7 @@ def type_into_bluetoothctl(action, address):
     if action == "remove":
         seconds = {"remove": session.do(f"remove {address}", "Device has been removed")}
     else:
-        seconds = {"discovery": session.do("scan bredr", f"Device {address} ")}
+        seconds = {"discovery": session.do("scan on", f"Device {address} ")}
         session.do("scan off", "Discovery stopped")
         seconds["pair"] = session.do(f"pair {address}", "Pairing successful")
         session.do(f"trust {address}", "trust succeeded")

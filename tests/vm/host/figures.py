@@ -1,11 +1,41 @@
 """How long the steps of a hand-over take, and a whole one: medians, beside bluetoothctl. Not among all scenarios."""
 import json
+import re
 import statistics
+from datetime import datetime
 
 from handover import Handover
 
 ROUNDS = 10
 STEPS = ("discovery", "pair", "connect", "remove")
+
+# What the program logs of a switch, in this order, and what it has done by then.
+BEGIN = "Connect: starting"
+MOMENTS = (
+    ("Connected to peer, sending PLEASE_RELEASE", "reaching the peer"),
+    ("Client got response", "the peer's release"),
+    ("Connect: pairing + connecting", "taking note of it"),
+    (": SUCCESS Keyboard", "the worker's connect"),
+    ("Connect: SUCCESS", "success"),
+)
+CLOCK = re.compile(r"(\d\d:\d\d:\d\d\.\d{3}) \w+ (.*)")
+
+
+def switches_in(log):
+    """For each switch that went through: what was done -> how many seconds it took."""
+    taken, last = None, None
+    for clock, text in CLOCK.findall(log):
+        now = datetime.strptime(clock, "%H:%M:%S.%f")
+        if BEGIN in text:
+            taken, last = {}, now
+            continue
+        if taken is None or MOMENTS[len(taken)][0] not in text:
+            continue
+        taken[MOMENTS[len(taken)][1]] = (now - last).total_seconds()
+        last = now
+        if len(taken) == len(MOMENTS):
+            yield taken
+            taken = None
 
 
 class Figures:
@@ -19,6 +49,7 @@ class Figures:
         by_hand, by_worker = self._steps("bluetoothctl"), self._steps("worker")
         handover.there_and_back()
         self._report(by_hand, by_worker, statistics.median(handover.durations))
+        self._report_parts(sum(by_worker.values()))
 
     def _steps(self, who):
         """Step -> its median, while the keyboard goes from one computer to the other and back."""
@@ -43,6 +74,14 @@ class Figures:
         total, ours = sum(by_hand.values()), sum(by_worker.values())
         self._say(f"{'all steps':12} {total:8.3f} s {ours:8.3f} s")
         self._say(f"a whole hand-over {whole:.3f} s: {whole / total:.2f} of bluetoothctl's steps, {whole / ours:.2f} of ours")
+
+    def _report_parts(self, ours):
+        switches = [switch for computer in self._handover.computers for switch in switches_in(computer.log())]
+        self._say(f"the application's part of it, {len(switches)} times:")
+        for _, what in MOMENTS:
+            self._say(f"{what:24} {statistics.median(switch[what] for switch in switches):8.3f} s")
+        whole = statistics.median(sum(switch.values()) for switch in switches)
+        self._say(f"{'from click to success':24} {whole:8.3f} s: {whole / ours:.2f} of the worker's steps")
 
     def stop(self):
         self._handover.stop()
