@@ -21,6 +21,7 @@ from world import is_bluetooth
 SHARE = pathlib.Path("/run/vm")
 EVENT = struct.Struct("llHHi")
 EV_KEY, PRESSED = 1, 1
+KEYS_PAUSE = 0.2
 AVAHI = """[server]
 use-ipv4=yes
 use-ipv6=no
@@ -93,7 +94,7 @@ def count_keys():
         for path, stream in list(streams.items()):
             if not read_keys(stream):
                 os.close(streams.pop(path))
-        time.sleep(0.05)
+        time.sleep(KEYS_PAUSE)
 
 
 def read_keys(stream):

@@ -111,9 +111,10 @@ class Computer:
             self._machine.cut_power()
 
 
-def wait_until(condition, limit, what):
+def wait_until(condition, limit, what, pause=0.1):
+    """`pause`: longer where looking keeps a machine from what is waited for."""
     deadline = time.monotonic() + limit
     while not condition():
         if time.monotonic() > deadline:
             raise AssertionError(f"{what}, {limit:.0f} s later")
-        time.sleep(0.1)
+        time.sleep(pause)

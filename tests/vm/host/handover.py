@@ -7,6 +7,7 @@ from computer import Computer, wait_until
 ROUNDS = 10
 REQUEST_DROPPED = "Peer command already in flight; dropping PLEASE_RELEASE"
 PEER_LIMIT, REST_LIMIT, KEY_LIMIT = 60.0, 30.0, 10.0
+PEER_PAUSE = 0.5
 
 
 class Handover:
@@ -30,7 +31,7 @@ class Handover:
         for computer in computers:
             computer.await_ready()
         for computer in self.computers:
-            wait_until(computer.sees_peer, PEER_LIMIT, f"{computer.name} does not find its peer")
+            wait_until(computer.sees_peer, PEER_LIMIT, f"{computer.name} does not find its peer", PEER_PAUSE)
 
     def holder(self):
         serves = self.keyboard.order("state")["serves"]

@@ -66,7 +66,7 @@ class Machine:
 
     def _command_line(self, signals):
         return [
-            "qemu-system-x86_64", "-machine", f"pc,accel={accelerator()}", "-cpu", "max",
+            "qemu-system-x86_64", "-machine", f"pc,accel={accelerator()}", "-cpu", processor(),
             "-smp", "1", "-m", self.memory, "-nodefaults", "-no-user-config", "-display", "none", "-no-reboot",
             "-kernel", self._kernel.image, "-initrd", self._kernel.initramfs,
             "-append", "console=ttyS0 quiet panic=-1 random.trust_cpu=on mitigations=off",
@@ -94,6 +94,11 @@ class Machine:
     def stop(self):
         if self._process:
             stop_process(self._process)
+
+
+def processor():
+    """An emulated one is the slower the more it can."""
+    return "max" if accelerator() == "kvm" else "qemu64"
 
 
 def share_arguments(tag, path, is_read_only):
