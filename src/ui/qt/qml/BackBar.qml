@@ -14,6 +14,7 @@ T.Button {
     rightPadding: 8
     Accessible.name: "Back"
     Accessible.description: text
+    Accessible.onPressAction: bar.clicked()
     Keys.onReturnPressed: bar.clicked()
     Keys.onEnterPressed: bar.clicked()
 
@@ -38,6 +39,7 @@ T.Button {
         }
         ThemedText {
             anchors.verticalCenter: parent.verticalCenter
+            isHeard: false
             text: bar.text
             font.pointSize: Theme.headlineSize
             font.weight: Font.DemiBold

@@ -36,6 +36,7 @@ Item {
 
             anchors.verticalCenter: parent.verticalCenter
             width: Math.min(Math.ceil(implicitWidth), label.width - content.markWidth)
+            isHeard: false
             text: label.text
             color: label.ink
             font.pointSize: label.size

@@ -30,10 +30,12 @@ RowLayout {
     }
     ThemedText {
         Layout.fillWidth: true
+        isHeard: false
         text: row.name
     }
     ThemedText {
         visible: row.caption.length > 0
+        isHeard: false
         text: row.caption
         color: Theme.secondary
         font.pointSize: Theme.captionSize

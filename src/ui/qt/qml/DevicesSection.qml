@@ -67,6 +67,8 @@ ColumnLayout {
             text: name
             Accessible.name: text
             Accessible.description: dot === "green" ? "Connected" : "Disconnected"
+            Accessible.onPressAction: row.clicked()
+            Accessible.onToggleAction: row.clicked()
             nextCheckState: function() { return row.isSelected ? Qt.Checked : Qt.Unchecked }
             onClicked: section.devices.toggle(rowId)
             Keys.onReturnPressed: row.clicked()
@@ -99,6 +101,7 @@ ColumnLayout {
                 }
                 ThemedText {
                     Layout.fillWidth: true
+                    isHeard: false
                     text: row.name
                 }
                 Dot {

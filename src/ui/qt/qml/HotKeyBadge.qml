@@ -21,12 +21,12 @@ Rectangle {
         id: label
 
         anchors.centerIn: parent
+        isHeard: false
         text: badge.keys
         color: Theme.secondary
         font.family: "monospace"
         font.pointSize: Theme.captionSize
         font.weight: Font.DemiBold
-        Accessible.ignored: true
     }
     HoverHandler {
         id: pointer

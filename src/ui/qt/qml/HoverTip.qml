@@ -16,6 +16,7 @@ T.ToolTip {
     implicitHeight: contentItem.implicitHeight + topPadding + bottomPadding
 
     contentItem: ThemedText {
+        isHeard: false
         text: tip.text
         color: Theme.surface
         font.pointSize: Theme.captionSize

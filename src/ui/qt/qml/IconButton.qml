@@ -11,6 +11,7 @@ T.Button {
     implicitWidth: Theme.symbol + 12
     implicitHeight: implicitWidth
     Accessible.name: text
+    Accessible.onPressAction: button.clicked()
     Keys.onReturnPressed: button.clicked()
     Keys.onEnterPressed: button.clicked()
 

@@ -12,6 +12,8 @@ T.ComboBox {
     implicitHeight: Theme.smallButtonHeight
     leftPadding: 10
     rightPadding: 10 + Theme.symbol
+    Accessible.description: displayText
+    Accessible.onPressAction: popup.open()
     Keys.onReturnPressed: popup.open()
     Keys.onEnterPressed: popup.open()
 
@@ -22,6 +24,7 @@ T.ComboBox {
     }
 
     contentItem: ThemedText {
+        isHeard: false
         text: picker.displayText
     }
     indicator: SymbolItem {
@@ -53,8 +56,10 @@ T.ComboBox {
         leftPadding: 10
         highlighted: picker.highlightedIndex === index
         text: modelData
+        Accessible.onPressAction: choice.clicked()
 
         contentItem: ThemedText {
+            isHeard: false
             text: choice.text
             color: choice.highlighted ? Theme.readableOn(Theme.accent) : Theme.text
         }

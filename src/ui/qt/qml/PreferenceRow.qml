@@ -14,10 +14,12 @@ RowLayout {
     spacing: Theme.smallSpacing
 
     ThemedText {
+        isHeard: false
         text: row.toggle.title
     }
     ThemedText {
         Layout.fillWidth: true
+        isHeard: false
         text: row.toggle.hint
         color: Theme.secondary
         font.pointSize: Theme.captionSize

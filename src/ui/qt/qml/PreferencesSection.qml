@@ -50,6 +50,7 @@ ColumnLayout {
 
         ThemedText {
             Layout.fillWidth: true
+            isHeard: false
             text: section.preferences.connectionTitle
         }
         Picker {

@@ -22,6 +22,7 @@ T.Button {
     rightPadding: leftPadding
     Accessible.name: text
     opacity: enabled ? 1 : 0.5
+    Accessible.onPressAction: button.clicked()
     Keys.onReturnPressed: button.clicked()
     Keys.onEnterPressed: button.clicked()
 

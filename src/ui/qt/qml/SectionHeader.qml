@@ -17,6 +17,7 @@ T.Button {
     Accessible.description: section.summary
     Accessible.checkable: true
     Accessible.checked: section.isExpanded
+    Accessible.onPressAction: header.clicked()
     Keys.onReturnPressed: header.clicked()
     Keys.onEnterPressed: header.clicked()
 
@@ -43,11 +44,13 @@ T.Button {
 
             ThemedText {
                 Layout.fillWidth: true
+                isHeard: false
                 text: header.section.title
                 font.weight: Font.DemiBold
             }
             ThemedText {
                 Layout.fillWidth: true
+                isHeard: false
                 text: header.section.summary
                 color: Theme.secondary
                 font.pointSize: Theme.captionSize

@@ -8,6 +8,8 @@ T.Switch {
 
     implicitWidth: Math.round(Theme.switchHeight * 1.75)
     implicitHeight: Theme.switchHeight
+    Accessible.onPressAction: flip()
+    Accessible.onToggleAction: flip()
     Keys.onReturnPressed: flip()
     Keys.onEnterPressed: flip()
 
