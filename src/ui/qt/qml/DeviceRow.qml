@@ -11,7 +11,7 @@ RowLayout {
     required property string dot
     required property string caption
 
-    spacing: Theme.smallSpacing
+    spacing: 0
     Accessible.role: Accessible.ListItem
     Accessible.name: caption.length > 0 ? name + ", " + caption : name
     Accessible.description: dot === "green" ? "Connected" : "Disconnected"
@@ -29,6 +29,8 @@ RowLayout {
         }
     }
     ThemedText {
+        Layout.leftMargin: Theme.stateTextX - Theme.deviceInset - Theme.deviceSymbolWidth
+        Layout.rightMargin: Theme.smallSpacing
         Layout.fillWidth: true
         isHeard: false
         text: row.name
@@ -39,9 +41,9 @@ RowLayout {
         text: row.caption
         color: Theme.secondary
         font.pointSize: Theme.captionSize
+        Layout.rightMargin: Theme.smallSpacing
     }
     Dot {
-        Layout.rightMargin: 2
         role: row.dot
     }
 }

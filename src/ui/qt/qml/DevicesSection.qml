@@ -63,6 +63,8 @@ ColumnLayout {
             objectName: "device " + rowId
             Layout.fillWidth: true
             Layout.preferredHeight: Theme.rowHeight
+            leftInset: -Theme.tinySpacing
+            rightInset: -Theme.tinySpacing
             checked: isSelected
             text: name
             Accessible.name: text
@@ -87,7 +89,6 @@ ColumnLayout {
                 spacing: Theme.smallSpacing
 
                 Item {
-                    Layout.leftMargin: Theme.tinySpacing
                     Layout.preferredWidth: Theme.deviceSymbolWidth
                     Layout.preferredHeight: Theme.symbol
 
@@ -108,7 +109,6 @@ ColumnLayout {
                     role: row.dot
                 }
                 SymbolItem {
-                    Layout.rightMargin: Theme.tinySpacing
                     implicitWidth: Theme.symbol + 2
                     implicitHeight: Theme.symbol + 2
                     name: row.mark

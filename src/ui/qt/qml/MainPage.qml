@@ -142,8 +142,8 @@ FocusScope {
 
                 DeviceRow {
                     anchors.fill: parent
-                    anchors.margins: 2
-                    anchors.rightMargin: devices.contentHeight > devices.height ? 12 : 2
+                    anchors.margins: Theme.deviceInset
+                    anchors.rightMargin: devices.contentHeight > devices.height ? 12 : Theme.deviceInset
                     symbol: device.symbol
                     name: device.name
                     dot: device.dot

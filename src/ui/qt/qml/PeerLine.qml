@@ -16,12 +16,17 @@ RowLayout {
 
     spacing: Theme.smallSpacing
 
-    Dot {
-        Layout.leftMargin: Theme.tinySpacing
-        role: line.dot
+    Item {
+        Layout.preferredWidth: Theme.deviceSymbolWidth
+        Layout.preferredHeight: Theme.dot
+
+        Dot {
+            anchors.centerIn: parent
+            role: line.dot
+        }
     }
     ColumnLayout {
-        spacing: 0
+        spacing: 1
 
         ThemedText {
             Layout.fillWidth: true

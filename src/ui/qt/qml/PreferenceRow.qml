@@ -2,11 +2,12 @@ import QtQuick
 import QtQuick.Layouts
 import Zolvex
 
-/// A preference that is on or off, with an explanation behind its title.
+/// A preference that is on or off, with an explanation behind its title, and what else belongs to it before the switch.
 RowLayout {
     id: row
 
     required property toggleValue toggle
+    property Component more
     signal toggled(isOn: bool)
 
     Layout.fillWidth: true
@@ -23,6 +24,11 @@ RowLayout {
         text: row.toggle.hint
         color: Theme.secondary
         font.pointSize: Theme.captionSize
+    }
+    Loader {
+        visible: active
+        active: row.more
+        sourceComponent: row.more
     }
     ToggleSwitch {
         objectName: row.toggle.title

@@ -17,18 +17,10 @@ ColumnLayout {
     PreferenceRow {
         toggle: section.preferences.autoRelease
         onToggled: isOn => section.preferences.setAutoRelease(isOn)
-    }
-    RowLayout {
-        Layout.fillWidth: true
-        Layout.preferredHeight: Theme.preferenceHeight
-        enabled: section.preferences.autoRelease.isOn
-        opacity: enabled ? 1 : 0.5
-
-        Item {
-            Layout.fillWidth: true
-        }
-        Picker {
+        more: Picker {
             objectName: "releaseTime"
+            enabled: section.preferences.autoRelease.isOn
+            opacity: enabled ? 1 : 0.5
             model: section.preferences.releaseTimes
             currentIndex: section.preferences.releaseTime
             Accessible.name: section.preferences.autoRelease.title

@@ -12,7 +12,7 @@ T.Button {
     property bool isProminent: false
     property bool isSmall: false
 
-    readonly property color fill: isProminent ? Theme.colour(tint)
+    readonly property color fill: isProminent ? Theme.fill(tint)
                                 : down ? Theme.controlPressed : hovered ? Theme.controlHovered : Theme.control
     readonly property color ink: isProminent ? Theme.readableOn(fill) : Theme.colour(tint)
 

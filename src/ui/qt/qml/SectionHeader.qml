@@ -31,9 +31,11 @@ T.Button {
         }
     }
     contentItem: RowLayout {
-        spacing: Theme.spacing - 2
+        spacing: Theme.smallSpacing
 
         SymbolItem {
+            Layout.leftMargin: (Theme.deviceSymbolWidth - width) / 2
+            Layout.rightMargin: Layout.leftMargin
             implicitWidth: Theme.symbol + 2
             implicitHeight: Theme.symbol + 2
             name: header.section.symbol

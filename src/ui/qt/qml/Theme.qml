@@ -34,6 +34,8 @@ QtObject {
     readonly property int headerSymbol: Math.max(22, Math.round(line * 1.4))
     readonly property int indicatorWidth: Math.max(24, headerSymbol)
     readonly property int deviceSymbolWidth: Math.max(20, symbol)
+    readonly property int deviceInset: 2
+    readonly property int stateTextX: indicatorWidth + spacing  // all texts of the main page begin there
     readonly property int buttonHeight: line + 14
     readonly property int smallButtonHeight: line + 8
     readonly property int rowHeight: Math.max(30, line + 12)
@@ -73,6 +75,15 @@ QtObject {
     readonly property color orange: strong ? (dark ? "#ffc27a" : "#7a3500") : (dark ? "#ffad4f" : "#a04500")
     readonly property color red: strong ? (dark ? "#ffb0a8" : "#8f0010") : (dark ? "#ffa19a" : "#b81624")
     readonly property color blue: strong ? (dark ? "#a9cdff" : "#003c9e") : (dark ? "#86b9ff" : "#1859bd")
+
+    // Prominent buttons are filled with them; their text is black or white. Orange and red that can be read as text would
+    // be brown and pink.
+    readonly property color orangeFill: strong ? orange : (dark ? "#ffad4f" : "#e8821e")
+    readonly property color redFill: strong ? red : (dark ? "#ff7067" : "#c21c2b")
+
+    function fill(role: string): color {
+        return role === "orange" ? orangeFill : role === "red" ? redFill : colour(role)
+    }
 
     function colour(role: string): color {
         switch (role) {
