@@ -105,6 +105,23 @@ TEST(HelpTextTest, everyLinkLeadsSomewhere) {
   EXPECT_GT(links, 8);
 }
 
+TEST(HelpTextTest, everyPictureIsThereInLightAndDarkAndCanBeHeard) {
+  const auto page = textOf("index.html");
+  const std::regex picture(
+      "<picture><source media=\"\\(prefers-color-scheme: dark\\)\" srcset=\"([^\"]+)-dark.png\">\\s*"
+      "<img src=\"([^\"]+)-light.png\" width=\"\\d+\" alt=\"([^\"]+)\"></picture>");
+  int pictures = 0;
+  for (std::sregex_iterator next(page.begin(), page.end(), picture), end; next != end; ++next, ++pictures) {
+    const auto name = (*next)[1].str();
+    EXPECT_EQ((*next)[2].str(), name);
+    for (const auto* scheme : {"-dark.png", "-light.png"})
+      EXPECT_TRUE(std::filesystem::exists(std::string(ZOLVEX_HELP) + "/" + name + scheme)) << name << scheme;
+  }
+  const std::regex any("<img ");
+  EXPECT_EQ(pictures, std::distance(std::sregex_iterator(page.begin(), page.end(), any), std::sregex_iterator()));
+  EXPECT_GT(pictures, 4);
+}
+
 TEST(HelpTextTest, hasADarkSide) {
   EXPECT_NE(textOf("style.css").find("prefers-color-scheme: dark"), std::string::npos);
 }
