@@ -13,7 +13,7 @@ T.ComboBox {
     leftPadding: 10
     rightPadding: 10 + Theme.symbol
     Accessible.description: displayText
-    Accessible.onPressAction: popup.open()
+    Accessible.onPressAction: if (enabled) popup.open()
     Keys.onReturnPressed: popup.open()
     Keys.onEnterPressed: popup.open()
 

@@ -22,7 +22,8 @@ T.Button {
     rightPadding: leftPadding
     Accessible.name: text
     opacity: enabled ? 1 : 0.5
-    Accessible.onPressAction: button.clicked()
+    Accessible.description: enabled ? "" : "Not available"  // Qt 6.4 does not tell that by itself
+    Accessible.onPressAction: if (button.enabled) button.clicked()
     Keys.onReturnPressed: button.clicked()
     Keys.onEnterPressed: button.clicked()
 
