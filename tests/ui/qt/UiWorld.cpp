@@ -2,6 +2,8 @@
 
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QQmlComponent>
+#include <QQmlEngine>
 
 namespace zolvex::test {
 
@@ -83,6 +85,22 @@ QQuickItem* UiWorld::item(const QString& name) {
   ADD_FAILURE() << "nothing visible is named " << name.toStdString();
   static QQuickItem nothing;
   return &nothing;
+}
+
+QRectF UiWorld::area(const QQuickItem& item) {
+  return item.mapRectToScene(QRectF(0, 0, item.width(), item.height()));
+}
+
+Appearance* UiWorld::appearance() {
+  return qobject_cast<Appearance*>(singleton("Appearance"));
+}
+
+/// A singleton of QML, by its name.
+QObject* UiWorld::singleton(const QByteArray& name) {
+  QQmlComponent component(qmlEngine(window().contentItem()->childItems().constFirst()));
+  component.setData("import QtQml\nimport Zolvex\nQtObject { property QtObject found: " + name + " }", QUrl());
+  const std::unique_ptr<QObject> holder(component.create());
+  return holder->property("found").value<QObject*>();
 }
 
 void UiWorld::click(const QString& name) {

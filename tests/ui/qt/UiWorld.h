@@ -3,6 +3,7 @@
 #include "support/EventLoop.h"
 #include "support/FakeLaunchAtLogin.h"
 #include "support/World.h"
+#include "ui/qt/Appearance.h"
 #include "ui/qt/Popover.h"
 #include "ui/qt/PopoverModel.h"
 
@@ -48,6 +49,13 @@ class UiWorld {
   /// Of all visible items of the window.
   std::vector<QQuickItem*> items();
 
+  /// Where it is in the window.
+  static QRectF area(const QQuickItem& item);
+
+  /// Of the popover, which must have been opened.
+  Appearance* appearance();
+  QObject* theme() { return singleton("Theme"); }
+
   QtWarnings warnings;
   World world;
   FakeLaunchAtLogin launchAtLogin;
@@ -58,6 +66,9 @@ class UiWorld {
   HotKeyState hotKeyState = HotKeyState::off;
   PopoverModel model{objects()};
   Popover popover{model};
+
+ private:
+  QObject* singleton(const QByteArray& name);
 };
 
 NetworkDevice peerNamed(const std::string& id, const std::string& name, Date now);
