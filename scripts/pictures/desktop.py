@@ -89,10 +89,14 @@ class Desktop:
         readable, writable = os.pipe()
         size = f"{WIDTH * self._scale}x{HEIGHT * self._scale}x24"
         subprocess.Popen(["Xvfb", "-displayfd", str(writable), "-screen", "0", size, "-nolisten", "tcp", "-dpi", "96",
-                          "-noreset"], pass_fds=[writable], stderr=subprocess.DEVNULL)
+                          "-noreset"], pass_fds=[writable], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                         stderr=subprocess.DEVNULL)
         os.close(writable)
-        with os.fdopen(readable) as number:
-            return ":" + number.readline().strip()
+        with os.fdopen(readable) as told:
+            number = told.readline().strip()
+        if not number:
+            raise Failed("Xvfb does not start")
+        return ":" + number
 
     def _use_font(self):
         """The desktop's font; without this it is whatever happens to be installed."""

@@ -20,12 +20,18 @@ class WorldError(Exception):
     """The world did not do what it was told."""
 
 
+def start_process(command):
+    """One that ends with this program, however that ends, and to which an interrupt from the keyboard does not go."""
+    return subprocess.Popen(["setpriv", "--pdeathsig", "KILL", "--", *command], stdin=subprocess.PIPE,
+                            stdout=subprocess.PIPE, text=True, bufsize=1, start_new_session=True)
+
+
 def read_line(process, limit):
     """The next line of its output; raises when there is none in time."""
     ready, _, _ = select.select([process.stdout], [], [], limit)
     line = process.stdout.readline() if ready else ""
     if not line:
-        raise WorldError(f"{process.args[0]}: {'ended' if ready else f'silent for {limit} s'}")
+        raise WorldError(f"{' '.join(process.args[4:])}: {'ended' if ready else f'silent for {limit} s'}")
     return line
 
 
@@ -34,8 +40,7 @@ class Computer:
 
     def __init__(self, world, name, scale):
         self.name = name
-        self._process = subprocess.Popen(world.command_on(name, PYTHON, HERE / "desktop.py", scale),
-                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        self._process = start_process(world.command_on(name, PYTHON, "-B", HERE / "desktop.py", scale))
         self._answer("start")
 
     def _answer(self, command):
@@ -66,8 +71,7 @@ class World:
     def __init__(self, build, log, scale):
         self._lab = str(build / "lab/zolvex-lab")
         self._log = log.open("w")
-        self._process = subprocess.Popen([self._lab, "run"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
-                                         bufsize=1)
+        self._process = start_process([self._lab, "run"])
         self.computers = {}
         try:
             self._number = self._wait_for_number()
