@@ -1,5 +1,7 @@
 #include "ui/desktop/DesktopWorld.h"
 
+#include <gtest/gtest.h>
+
 namespace zolvex::test {
 namespace {
 

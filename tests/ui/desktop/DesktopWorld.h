@@ -1,51 +1,28 @@
 #pragma once
 
 #include "app/ZolvexProcess.h"
-#include "platform/session/XvfbServer.h"
-
-#include <QPoint>
-#include <gtest/gtest.h>
-
-#include <optional>
-#include <string>
+#include "ui/desktop/XDesktop.h"
 
 namespace zolvex::test {
 
-/// A user's desktop on an X server without hardware: a window manager, a panel at the top right, a session bus, and
-/// somebody who clicks and types.
-class DesktopWorld {
+/// A user's desktop with one zolvex on it, and a session bus.
+class DesktopWorld : public XDesktop {
  public:
-  /// Why tests cannot have it; empty when they can.
-  static std::string reasonAgainst();
+  [[nodiscard]] bool start() { return XDesktop::start(computer.variables()) && computer.sessionBus.start(); }
 
-  [[nodiscard]] bool start();
-  void startPanel();
-  void stopPanel() { panel_.reset(); }
+  ProgramRun::Variables variables() const {
+    auto all = computer.variables();
+    for (const auto& variable : displayVariables()) all.push_back(variable);
+    return all;
+  }
 
   /// Starts zolvex and waits until it is on the session bus.
-  [[nodiscard]] bool startZolvex();
-  ProgramRun::Variables variables() const;
-
-  void click(const QPoint& position, int button = 1);
-  void press(const QString& key);
-
-  /// Whether the popover is to be seen, or is not any more, soon.
-  [[nodiscard]] bool isShown();
-  [[nodiscard]] bool isHidden();
-  bool isShownNow();
-
-  /// The middle of the only icon on the panel.
-  static constexpr QPoint icon{1264, 14};
-  static constexpr QPoint nowhere{200, 600};
+  [[nodiscard]] bool startZolvex() {
+    computer.zolvex.emplace(QStringLiteral(ZOLVEX), QStringList{}, variables());
+    return computer.zolvex->complains("connected to the session bus") && computer.isAnswering();
+  }
 
   ZolvexProcess computer;
-
- private:
-  void xdotool(const QStringList& arguments);
-
-  XvfbServer server_;
-  std::optional<ProgramRun> windowManager_;
-  std::optional<ProgramRun> panel_;
 };
 
 }  // namespace zolvex::test
