@@ -24,6 +24,9 @@ constexpr Logger logger("UserInterface");
 /// Between losing the keyboard and the click that took it away.
 constexpr std::chrono::milliseconds clickDelay{200};
 
+/// An icon whose place the panel does not tell reaches at least so far around the point where it was clicked.
+constexpr int iconReach = 12;
+
 QScreen* screenAt(const QPoint& point) {
   auto* const screen = QGuiApplication::screenAt(point);
   return screen ? screen : QGuiApplication::primaryScreen();
@@ -31,7 +34,9 @@ QScreen* screenAt(const QPoint& point) {
 
 }  // namespace
 
-Popover::Popover(PopoverModel& model) : model_(model) {}
+Popover::Popover(PopoverModel& model) : model_(model) {
+  connect(&clicksElsewhere_, &ClicksElsewhere::clicked, this, &Popover::clickedElsewhere);
+}
 
 Popover::~Popover() = default;
 
@@ -43,6 +48,7 @@ bool Popover::show(const std::optional<QRect>& anchor) {
     dress();
     place();
     window_->show();
+        clicksElsewhere_.setEnabled(anchor_.has_value());
   }
   window_->raise();
   window_->requestActivate();
@@ -112,6 +118,7 @@ void Popover::place() {
 }
 
 void Popover::closed() {
+  clicksElsewhere_.setEnabled(false);
   model_.close();
   // The pointer is gone, too; nobody tells a window that is not there any more.
   QEvent leave(QEvent::Leave);
@@ -121,6 +128,13 @@ void Popover::closed() {
 void Popover::activeChanged() {
   if (!anchor_ || window_->isActive() || !window_->isVisible()) return;
   sinceDeactivation_.start();
+  close();
+}
+
+void Popover::clickedElsewhere(const QPoint& position) {
+  const bool isPoint = anchor_ && anchor_->size() == QSize(1, 1);
+  const int reach = isPoint ? iconReach : 0;
+  if (anchor_ && anchor_->adjusted(-reach, -reach, reach, reach).contains(position)) return;
   close();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/qt/ClicksElsewhere.h"
 #include "ui/qt/PopoverModel.h"
 
 #include <QElapsedTimer>
@@ -16,7 +17,8 @@ namespace zolvex {
 
 /// The popover as a window. It is made at the first opening, as most starts of the program see none. With an anchor it
 /// is transient: without a frame, beside the icon that was clicked, and gone as soon as another window gets the
-/// keyboard. Without one, where no panel has our icon, it is a window like others. Main thread.
+/// keyboard or something else is clicked on. The icon itself is not something else. Without one, where no panel has our
+/// icon, it is a window like others. Main thread.
 class Popover final : public QObject {
   Q_OBJECT
 
@@ -44,6 +46,7 @@ class Popover final : public QObject {
   void dress();
   void closed();
   void activeChanged();
+  void clickedElsewhere(const QPoint& position);
 
  private Q_SLOTS:
   void place();
@@ -54,6 +57,7 @@ class Popover final : public QObject {
   std::unique_ptr<QQuickWindow> window_;
   bool isBroken_ = false;
   std::optional<QRect> anchor_;
+  ClicksElsewhere clicksElsewhere_;
   QElapsedTimer sinceDeactivation_;
 };
 

@@ -73,6 +73,31 @@ TEST_F(DesktopTest, aClickElsewhereAndEscapeClose) {
   expectQuietEnd();
 }
 
+TEST_F(DesktopTest, aClickOnAPanelThatTakesNoKeyboardCloses) {
+  startDocked();
+  for (const int button : {1, 3}) {
+    desktop.click(DesktopWorld::icon);
+    ASSERT_TRUE(desktop.isShown());
+    desktop.click(DesktopWorld::panel, button);
+    EXPECT_TRUE(desktop.isHidden());
+  }
+  expectQuietEnd();
+}
+
+TEST_F(DesktopTest, clicksInsideAndTheWheelOnAPanelDoNotClose) {
+  startDocked();
+  desktop.click(DesktopWorld::icon);
+  ASSERT_TRUE(desktop.isShown());
+  constexpr int wheelDown = 5;
+  desktop.click(DesktopWorld::panel, wheelDown);
+  desktop.click(DesktopWorld::inside);
+  desktop.click(DesktopWorld::inside, 3);
+  EXPECT_FALSE(desktop.isHidden(std::chrono::milliseconds(300)));
+  desktop.press(u"Escape"_s);
+  EXPECT_TRUE(desktop.isHidden());
+  expectQuietEnd();
+}
+
 TEST_F(DesktopTest, theVeryFirstStartOpensThePopoverAndLaterOnesDoNot) {
   ASSERT_TRUE(desktop.startZolvex());
   EXPECT_TRUE(desktop.isShown());
