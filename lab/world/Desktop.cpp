@@ -112,6 +112,7 @@ QProcessEnvironment Desktop::environment() const {
   environment.insert(u"XDG_CONFIG_HOME"_s, directory() + u"/config"_s);
   environment.insert(u"XDG_RUNTIME_DIR"_s, directory() + u"/runtime"_s);
   for (const auto& name : {u"XDG_STATE_HOME"_s, u"XDG_CACHE_HOME"_s, u"XDG_DATA_HOME"_s}) environment.remove(name);
+  environment.insert(added_);
   return environment;
 }
 

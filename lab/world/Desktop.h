@@ -40,6 +40,9 @@ class Desktop : public QObject {
   /// What every process of this computer is started with.
   QProcessEnvironment environment() const;
 
+  /// Adds to it what the lab has none of, such as a display; for what is started from now on.
+  void addToEnvironment(const QString& variable, const QString& value) { added_.insert(variable, value); }
+
   QString name() const { return computer_.name(); }
   QString errorString() const { return error_; }
   QString directory() const;
@@ -79,6 +82,7 @@ class Desktop : public QObject {
   std::unique_ptr<LabProcess> avahi_;
   std::unique_ptr<LabProcess> zolvex_;
   QString zolvexProgram_;
+  QProcessEnvironment added_;
   QString error_;
 };
 
