@@ -21,6 +21,7 @@ namespace {
 
 constexpr auto watcherService = "org.kde.StatusNotifierWatcher"_L1;
 constexpr std::string_view trayAtomName = "_NET_SYSTEM_TRAY_S0";
+constexpr int answerLimit = 2'000;  // of the bus, in milliseconds
 
 template <class Reply>
 using XcbReply = std::unique_ptr<Reply, decltype([](Reply* reply) { std::free(reply); })>;
@@ -38,11 +39,10 @@ bool hasEmbeddingTray() {
   return owner && owner->owner != XCB_NONE;
 }
 
-/// Desktops whose panels deliver both clicks on a status notifier that has no menu.
+/// Plasma alone delivers both clicks on a status notifier that has no menu; others keep the right one, and nothing on
+/// the bus tells which.
 bool deliversBothClicks() {
-  for (const auto& desktop : qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':'))
-    if (desktop == "KDE"_L1 || desktop == "LXQt"_L1) return true;
-  return false;
+  return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains("KDE"_L1);
 }
 
 }  // namespace
@@ -67,15 +67,18 @@ void TrayHost::watchStatusNotifiers() {
   auto call = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
                                              u"org.freedesktop.DBus"_s, u"NameHasOwner"_s);
   call << QString(watcherService);
-  auto* question = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
-  connect(question, &QDBusPendingCallWatcher::finished, this, [question, take] {
+  auto* question = new QDBusPendingCallWatcher(bus.asyncCall(call, answerLimit), this);
+  isAsking_ = true;
+  connect(question, &QDBusPendingCallWatcher::finished, this, [this, question, take] {
     question->deleteLater();
     const QDBusPendingReply<bool> reply = *question;
-    if (!reply.isError() && reply.value()) take(true);
+    isAsking_ = false;
+    take(hasStatusNotifierWatcher_ || (!reply.isError() && reply.value()));
   });
 }
 
 void TrayHost::look() {
+  if (isAsking_) return;  // a panel may be of both kinds, and the icon should not move
   const auto found = find();
   if (found == kind_) return;
   kind_ = found;

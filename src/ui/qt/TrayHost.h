@@ -34,6 +34,7 @@ class TrayHost final : public QObject {
   Kind find() const;
 
   Kind kind_ = Kind::none;
+  bool isAsking_ = false;  // whether there are status notifiers
   bool hasStatusNotifierWatcher_ = false;
 };
 

@@ -78,13 +78,17 @@ bool XDesktop::isHidden(std::chrono::milliseconds limit) {
 }
 
 QByteArray XDesktop::iconPicture() const {
+  constexpr QSize size(panelHeight, panelHeight);
+  return picture({icon - QPoint(panelHeight, panelHeight) / 2, size});
+}
+
+QByteArray XDesktop::picture(const QRect& area) const {
   auto* const connection = xcb_connect(server_.display().c_str(), nullptr);
-  constexpr auto corner = icon - QPoint(panelHeight, panelHeight) / 2;
-  const xcb::Received<xcb_get_image_reply_t> image(
-      xcb_get_image_reply(connection,
-                          xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, xcb::rootOf(connection, 0), corner.x(),
-                                        corner.y(), panelHeight, panelHeight, ~0U),
-                          nullptr));
+  const auto question =
+      xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, xcb::rootOf(connection, 0),
+                    static_cast<std::int16_t>(area.x()), static_cast<std::int16_t>(area.y()),
+                    static_cast<std::uint16_t>(area.width()), static_cast<std::uint16_t>(area.height()), ~0U);
+  const xcb::Received<xcb_get_image_reply_t> image(xcb_get_image_reply(connection, question, nullptr));
   QByteArray pixels;
   if (image)
     pixels = QByteArray(reinterpret_cast<const char*>(xcb_get_image_data(image.get())),

@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QPoint>
+#include <QRect>
 
 #include <chrono>
 #include <optional>
@@ -35,7 +36,8 @@ class XDesktop {
   [[nodiscard]] bool isHidden(std::chrono::milliseconds limit = patience);
   bool isShownNow();
 
-  /// The pixels of the only icon on the panel.
+  /// The pixels of a part of the screen, and of the only icon on the panel.
+  QByteArray picture(const QRect& area) const;
   QByteArray iconPicture() const;
 
   /// The middle of that icon.

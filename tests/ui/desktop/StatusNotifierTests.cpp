@@ -1,0 +1,103 @@
+#include "ui/desktop/DesktopWorld.h"
+#include "ui/desktop/StatusNotifierPanel.h"
+
+#include <gtest/gtest.h>
+
+namespace zolvex::test {
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+
+constexpr auto icon = StatusNotifierPanel::icon;
+constexpr QPoint besideIcon = icon + QPoint(120, 0);
+constexpr int rightButton = 3;
+
+/// Real panels that take icons over the bus. Neither tells a program without a menu of right clicks.
+struct StatusNotifierTest : testing::TestWithParam<StatusNotifierPanel::Kind> {
+  void SetUp() override {
+    for (const auto& reason : {DesktopWorld::reasonAgainst(), panel.reasonAgainst()})
+      if (!reason.empty()) GTEST_SKIP() << reason;
+    ASSERT_TRUE(desktop.start());
+    desktop.stopPanel();
+    desktop.computer.writeSettings(
+        R"({"managedDeviceAddresses": ["A1"], "autoConnect": false, "didOpenAtFirstStart": true})");
+  }
+  void startPanel() {
+    auto variables = desktop.variables();
+    variables.emplace_back(u"GSETTINGS_BACKEND"_s, u"memory"_s);
+    variables.emplace_back(u"NO_AT_BRIDGE"_s, u"1"_s);
+    panel.start(variables);
+  }
+  ProgramRun& zolvex() { return *desktop.computer.zolvex; }
+
+  /// The panel takes the icon some time after it was offered.
+  [[nodiscard]] bool opensPopover() {
+    return runUntil([this] {
+      desktop.click(icon);
+      return desktop.isShownNow();
+    });
+  }
+  [[nodiscard]] bool offersMenu() {
+    const QRect below(icon + QPoint(30, 30), QSize(40, 40));
+    const auto before = desktop.picture(below);
+    desktop.click(icon, rightButton);
+    return runUntil([&] { return desktop.picture(below) != before; });
+  }
+
+  DesktopWorld desktop;
+  StatusNotifierPanel panel{GetParam()};
+};
+
+TEST_P(StatusNotifierTest, aLeftClickOnlyEverShowsAndOneBesideTheIconCloses) {
+  startPanel();
+  ASSERT_TRUE(desktop.startZolvex());
+  ASSERT_TRUE(opensPopover());
+  desktop.click(icon);
+  EXPECT_FALSE(desktop.isHidden(std::chrono::milliseconds(300)));
+  desktop.click(besideIcon);
+  EXPECT_TRUE(desktop.isHidden());
+  desktop.click(icon);
+  EXPECT_TRUE(desktop.isShown());
+  EXPECT_EQ(desktop.computer.end(), 0);
+}
+
+TEST_P(StatusNotifierTest, aRightClickOffersTheMenu) {
+  startPanel();
+  ASSERT_TRUE(desktop.startZolvex());
+  ASSERT_TRUE(opensPopover());
+  desktop.press(u"Escape"_s);
+  ASSERT_TRUE(desktop.isHidden());
+  ASSERT_TRUE(offersMenu());
+  desktop.press(u"Down"_s);
+  desktop.press(u"Return"_s);  // Open Zolvex
+  ASSERT_TRUE(desktop.isShown());
+  desktop.press(u"Escape"_s);
+  ASSERT_TRUE(desktop.isHidden());
+  ASSERT_TRUE(offersMenu());
+  desktop.press(u"Up"_s);
+  desktop.press(u"Return"_s);  // Quit
+  EXPECT_EQ(zolvex().exitStatus(), 0);
+}
+
+TEST_P(StatusNotifierTest, thePanelMayComeLateAndRestart) {
+  ASSERT_TRUE(desktop.startZolvex());
+  startPanel();
+  ASSERT_TRUE(zolvex().complains("the status item is in the panel"));
+  ASSERT_TRUE(opensPopover());
+  panel.stop();
+  ASSERT_TRUE(zolvex().complains("the panel with the status item is gone"));
+  desktop.press(u"Escape"_s);
+  ASSERT_TRUE(desktop.isHidden());
+  startPanel();
+  EXPECT_TRUE(opensPopover());
+  EXPECT_EQ(desktop.computer.end(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Panels, StatusNotifierTest,
+                         testing::Values(StatusNotifierPanel::Kind::xfce, StatusNotifierPanel::Kind::lxqt),
+                         [](const auto& panel) {
+                           return panel.param == StatusNotifierPanel::Kind::xfce ? "xfce" : "lxqt";
+                         });
+
+}  // namespace
+}  // namespace zolvex::test
