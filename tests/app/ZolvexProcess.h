@@ -52,7 +52,7 @@ class ZolvexProcess {
             {QStringLiteral("XDG_CONFIG_HOME"), directory.path()},
             {QStringLiteral("XDG_RUNTIME_DIR"), directory.path()},
             {QStringLiteral("DISPLAY"), display},
-            {QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("")},
+            {QStringLiteral("WAYLAND_DISPLAY"), waylandDisplay},
             {QStringLiteral("XDG_SESSION_TYPE"), isWayland ? QStringLiteral("wayland") : QStringLiteral("")},
             {QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), systemBus.address()},
             {QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), sessionBus.address()}};
@@ -61,7 +61,8 @@ class ZolvexProcess {
   QTemporaryDir directory;
   lab::PrivateBus systemBus;
   lab::PrivateBus sessionBus;
-  QString display;  ///< An X server; empty for none.
+  QString display;         ///< An X server; empty for none.
+  QString waylandDisplay;  ///< A compositor; empty for none.
   bool isWayland = false;
   std::optional<ProgramRun> zolvex;
 };

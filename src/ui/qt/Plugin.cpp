@@ -54,8 +54,11 @@ class QtPlugin final : public UserInterfacePlugin {
 extern "C" __attribute__((visibility("default"))) zolvex::UserInterfacePlugin* zolvexCreateUserInterface(
     const zolvex::LogSink& sink) {
   zolvex::setLogSink(sink);
-  const auto platform = zolvex::usablePlatform();
-  if (!platform.isEmpty()) return new zolvex::QtPlugin(platform);
-  zolvex::logger.info("no windows: no display answers");
+  const auto display = zolvex::findDisplay();
+  if (!display.platform.isEmpty()) return new zolvex::QtPlugin(display.platform);
+  if (display.isSilent)
+    zolvex::logger.error("no windows, start Zolvex again for them: the display does not answer");
+  else
+    zolvex::logger.info("no windows: no display answers");
   return nullptr;
 }
