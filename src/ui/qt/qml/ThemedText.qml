@@ -9,6 +9,8 @@ Text {
     color: Theme.text
     font.pointSize: Theme.bodySize
     elide: Text.ElideRight
+    // Else an empty one asks where typing would begin, which Qt 6.4 cannot answer on Wayland without a keyboard or mouse.
+    horizontalAlignment: Text.AlignLeft
     textFormat: Text.PlainText
     verticalAlignment: Text.AlignVCenter
     Accessible.role: Accessible.StaticText

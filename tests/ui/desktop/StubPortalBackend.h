@@ -1,0 +1,40 @@
+#pragma once
+
+#include "support/ProgramRun.h"
+#include "support/ScriptedService.h"
+
+#include <QDBusObjectPath>
+#include <QString>
+#include <QTemporaryDir>
+
+#include <optional>
+#include <string>
+
+namespace zolvex::test {
+
+/// The real xdg-desktop-portal, with a desktop behind it that grants every shortcut. The test presses them.
+class StubPortalBackend {
+ public:
+  /// Why tests cannot have it; empty when they can.
+  static std::string reasonAgainst();
+
+  explicit StubPortalBackend(const QString& busAddress);
+
+  /// `variables` as for any program of the desktop.
+  void startPortal(ProgramRun::Variables variables);
+
+  /// Whether a program has asked for a shortcut, and been given it.
+  [[nodiscard]] bool isBound() const { return isBound_; }
+  void press(const QString& shortcut);
+
+ private:
+  QDBusMessage answer(const QDBusMessage& call);
+
+  QTemporaryDir directory_;  // tells the portal of this
+  QDBusObjectPath session_;
+  bool isBound_ = false;
+  ScriptedService service_;
+  std::optional<ProgramRun> portal_;
+};
+
+}  // namespace zolvex::test

@@ -1,0 +1,79 @@
+#include "app/ZolvexProcess.h"
+#include "ui/desktop/AccessibleTree.h"
+#include "ui/desktop/StubPortalBackend.h"
+
+#include <QDir>
+#include <QLibraryInfo>
+#include <QStandardPaths>
+#include <gtest/gtest.h>
+
+namespace zolvex::test {
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+
+std::string reasonAgainstWayland() {
+  if (QStandardPaths::findExecutable(u"weston"_s).isEmpty())
+    return "weston is not installed (a Debian package of this name)";
+  const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) + u"/platforms"_s);
+  if (plugins.entryList({u"libqwayland*.so"_s}).isEmpty()) return "Qt knows no Wayland (Debian package qt6-wayland)";
+  return AccessibleTree::reasonAgainst();
+}
+
+/// A compositor without hardware: no screen, no keyboard and no mouse either, as where they have gone to the other
+/// computer.
+struct WaylandTest : testing::Test {
+  void SetUp() override {
+    if (const auto reason = reasonAgainstWayland(); !reason.empty()) GTEST_SKIP() << reason;
+    ASSERT_TRUE(computer.sessionBus.start());
+    ASSERT_TRUE(startCompositor());
+    ASSERT_TRUE(reader.start(computer.sessionBus.address(), computer.variables()));
+    computer.isWayland = true;
+    computer.writeSettings(R"({"managedDeviceAddresses": ["A1"], "autoConnect": false, "didOpenAtFirstStart": true})");
+  }
+  [[nodiscard]] bool startCompositor() {
+    const auto socket = u"wayland-test"_s;
+    compositor.emplace(
+        u"weston"_s,
+        QStringList{u"--backend=headless-backend.so"_s, u"--socket="_s + socket, u"--no-config"_s, u"--idle-time=0"_s},
+        computer.variables());
+    computer.waylandDisplay = computer.directory.filePath(socket);
+    return runUntil([this] { return QFile::exists(computer.waylandDisplay); });
+  }
+  ProgramRun& zolvex() { return *computer.zolvex; }
+  [[nodiscard]] bool isShown() {
+    return runUntil([this] { return reader.tells(u"Switch to Me"_s); });
+  }
+  void expectQuietEnd() {
+    EXPECT_EQ(computer.end(), 0);
+    EXPECT_EQ(zolvex().errors().find("qrc:"), std::string::npos) << zolvex().errors();
+  }
+
+  ZolvexProcess computer;
+  AccessibleTree reader;
+  std::optional<ProgramRun> compositor;
+};
+
+TEST_F(WaylandTest, thePopoverIsAWindow) {
+  ASSERT_TRUE(computer.startOnBus());
+  EXPECT_FALSE(reader.tells(u"Switch to Me"_s)) << "nobody has asked for a window";
+  EXPECT_EQ(computer.control({u"show"_s}).exitStatus(), 0);
+  EXPECT_TRUE(isShown());
+  expectQuietEnd();
+}
+
+TEST_F(WaylandTest, thePortalsHotKeyOpensItAndSwitches) {
+  if (const auto reason = StubPortalBackend::reasonAgainst(); !reason.empty()) GTEST_SKIP() << reason;
+  StubPortalBackend desktop(computer.sessionBus.address());
+  desktop.startPortal(computer.variables());
+  ASSERT_TRUE(computer.startOnBus());
+  ASSERT_TRUE(zolvex().complains("Global hotkey registered"));
+  ASSERT_TRUE(desktop.isBound());
+  desktop.press(u"ZLVX-1"_s);
+  EXPECT_TRUE(zolvex().complains("DeviceManager: Connect: starting"));
+  EXPECT_TRUE(isShown());
+  expectQuietEnd();
+}
+
+}  // namespace
+}  // namespace zolvex::test
