@@ -7,7 +7,7 @@ RowLayout {
     id: row
 
     required property toggleValue toggle
-    property Component more
+    default property alias more: extras.data
     signal toggled(isOn: bool)
 
     Layout.fillWidth: true
@@ -25,10 +25,10 @@ RowLayout {
         color: Theme.secondary
         font.pointSize: Theme.captionSize
     }
-    Loader {
-        visible: active
-        active: row.more
-        sourceComponent: row.more
+    RowLayout {
+        id: extras
+
+        visible: children.length > 0
     }
     ToggleSwitch {
         objectName: row.toggle.title

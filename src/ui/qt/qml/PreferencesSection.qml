@@ -17,7 +17,8 @@ ColumnLayout {
     PreferenceRow {
         toggle: section.preferences.autoRelease
         onToggled: isOn => section.preferences.setAutoRelease(isOn)
-        more: Picker {
+
+        Picker {
             objectName: "releaseTime"
             enabled: section.preferences.autoRelease.isOn
             opacity: enabled ? 1 : 0.5

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import Zolvex
 
 /// A section of the settings: its header, and below it its content while it is open.
