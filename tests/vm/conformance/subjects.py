@@ -27,8 +27,9 @@ class Subject:
         return self.bluez.device(self.adapter, self.keyboard)
 
     def call(self, interface, method, signature="", *arguments, path=None, limit=60.0):
-        default = self.adapter if interface == ADAPTER else self.path
-        answer = self.bluez.call(path or default, interface, method, signature, *arguments, limit=limit)
+        target = path or (self.adapter if interface == ADAPTER else self.path)
+        assert target, "no adapter"
+        answer = self.bluez.call(target, interface, method, signature, *arguments, limit=limit)
         self.calls.append((method, answer))
         return answer
 
