@@ -49,7 +49,7 @@ class Figures:
         by_hand, by_worker = self._steps("bluetoothctl"), self._steps("worker")
         handover.there_and_back()
         self._report(by_hand, by_worker, statistics.median(handover.durations))
-        self._report_parts(sum(by_worker.values()))
+        self._report_parts(sum(by_hand.values()), sum(by_worker.values()))
 
     def _steps(self, who):
         """Step -> its median, while the keyboard goes from one computer to the other and back."""
@@ -75,13 +75,13 @@ class Figures:
         self._say(f"{'all steps':12} {total:8.3f} s {ours:8.3f} s")
         self._say(f"a whole hand-over {whole:.3f} s: {whole / total:.2f} of bluetoothctl's steps, {whole / ours:.2f} of ours")
 
-    def _report_parts(self, ours):
+    def _report_parts(self, total, ours):
         switches = [switch for computer in self._handover.computers for switch in switches_in(computer.log())]
         self._say(f"the application's part of it, {len(switches)} times:")
         for _, what in MOMENTS:
             self._say(f"{what:24} {statistics.median(switch[what] for switch in switches):8.3f} s")
         whole = statistics.median(sum(switch.values()) for switch in switches)
-        self._say(f"{'from click to success':24} {whole:8.3f} s: {whole / ours:.2f} of the worker's steps")
+        self._say(f"from click to success {whole:.3f} s: {whole / total:.2f} of bluetoothctl's steps, {whole / ours:.2f} of ours")
 
     def stop(self):
         self._handover.stop()
