@@ -5,13 +5,6 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
-#include <QGuiApplication>
-#include <QtGui/qguiapplication_platform.h>
-
-#include <cstdlib>
-#include <memory>
-#include <string_view>
-#include <xcb/xcb.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -20,24 +13,7 @@ namespace zolvex {
 namespace {
 
 constexpr auto watcherService = "org.kde.StatusNotifierWatcher"_L1;
-constexpr std::string_view trayAtomName = "_NET_SYSTEM_TRAY_S0";
 constexpr int answerLimit = 2'000;  // of the bus, in milliseconds
-
-template <class Reply>
-using XcbReply = std::unique_ptr<Reply, decltype([](Reply* reply) { std::free(reply); })>;
-
-/// Whether a panel of the old kind is there, which embeds windows of an X server.
-bool hasEmbeddingTray() {
-  const auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  auto* const connection = x11 ? x11->connection() : nullptr;
-  if (!connection) return false;
-  const XcbReply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-      connection, xcb_intern_atom(connection, 0, trayAtomName.size(), trayAtomName.data()), nullptr));
-  if (!atom) return false;
-  const XcbReply<xcb_get_selection_owner_reply_t> owner(
-      xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, atom->atom), nullptr));
-  return owner && owner->owner != XCB_NONE;
-}
 
 /// Plasma alone delivers both clicks on a status notifier that has no menu; others keep the right one, and nothing on
 /// the bus tells which.
@@ -85,9 +61,9 @@ void TrayHost::look() {
   Q_EMIT changed();
 }
 
-TrayHost::Kind TrayHost::find() const {
+TrayHost::Kind TrayHost::find() {
   if (hasStatusNotifierWatcher_) return deliversBothClicks() ? Kind::bothClicks : Kind::menu;
-  return hasEmbeddingTray() ? Kind::bothClicks : Kind::none;
+  return embeddingTray_.isThere() ? Kind::bothClicks : Kind::none;
 }
 
 }  // namespace zolvex

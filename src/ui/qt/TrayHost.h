@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/qt/EmbeddingTray.h"
+
 #include <QObject>
 
 namespace zolvex {
@@ -31,8 +33,9 @@ class TrayHost final : public QObject {
 
  private:
   void watchStatusNotifiers();
-  Kind find() const;
+  Kind find();
 
+  EmbeddingTray embeddingTray_;
   Kind kind_ = Kind::none;
   bool isAsking_ = false;  // whether there are status notifiers
   bool hasStatusNotifierWatcher_ = false;
