@@ -53,8 +53,8 @@ std::string IdleProcess::waitFor(const QByteArray& text) {
   return {};
 }
 
-IdleProcess::Cost IdleProcess::cost() const {
-  const std::filesystem::path process = "/proc/" + std::to_string(process_.processId());
+IdleProcess::Cost IdleProcess::costOf(qint64 processId) {
+  const std::filesystem::path process = "/proc/" + std::to_string(processId);
   Cost cost;
   cost.sharedOutMebibytes = static_cast<double>(field(process / "smaps_rollup", "Pss:")) / kibibytesPerMebibyte;
   const auto privateSize =

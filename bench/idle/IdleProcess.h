@@ -27,7 +27,10 @@ class IdleProcess {
   /// Waits until it has written `text` to standard error; the rest of that line, empty when it does not come in time.
   std::string waitFor(const QByteArray& text);
 
-  Cost cost() const;
+  Cost cost() const { return costOf(process_.processId()); }
+
+  /// Of any process that one may look at.
+  static Cost costOf(qint64 processId);
 
  private:
   QTemporaryDir directory_;
