@@ -20,7 +20,8 @@ const auto nameProperty = u"Name"_s;
 const auto descriptionProperty = u"Description"_s;
 
 /// What can be clicked on; a text beside it may have the same name.
-const QStringList controlRoles{u"push button"_s, u"toggle button"_s, u"check box"_s, u"combo box"_s, u"list item"_s};
+const QStringList controlRoles{u"push button"_s, u"button"_s,    u"toggle button"_s, u"check box"_s,
+                               u"switch"_s,      u"combo box"_s, u"list item"_s};
 
 template <class T>
 T read(const QVariantList& values) {

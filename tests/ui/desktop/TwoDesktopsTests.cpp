@@ -48,24 +48,24 @@ struct NewcomersTest : TwoDesktops {
 TEST_F(NewcomersTest, setBothComputersUpByClicksAloneAndSwitch) {
   for (auto* seat : {&laptop, &studio}) {
     EXPECT_TRUE(seat->screen.isShown()) << "a first start leads the way";
-    EXPECT_TRUE(seat->sees(u"No devices selected"_s));
+    EXPECT_TRUE(seat->sees(u"Select at least one device to finish setup."_s));
     ASSERT_NO_FATAL_FAILURE(choosesBonjour(*seat));
   }
   ASSERT_NO_FATAL_FAILURE(addsPeer(laptop));
   ASSERT_NO_FATAL_FAILURE(choosesDevices(laptop));
   ASSERT_TRUE(laptop.click(u"Save"_s));
-  EXPECT_TRUE(laptop.sees(u"Release"_s));
+  EXPECT_TRUE(laptop.sees(u"This Mac has zolvex"_s));
 
   world.giveDevicesTo(u"Studio"_s);  // their user pairs them there, as the settings say
   ASSERT_NO_FATAL_FAILURE(addsPeer(studio));
   ASSERT_NO_FATAL_FAILURE(choosesDevices(studio));
   ASSERT_TRUE(studio.click(u"Save"_s));
-  EXPECT_TRUE(studio.sees(u"Release"_s));
+  EXPECT_TRUE(studio.sees(u"This Mac has zolvex"_s));
 
   ASSERT_TRUE(laptop.click(u"Switch to Me"_s));
   EXPECT_TRUE(getsAllDevices(laptop));
   EXPECT_TRUE(laptop.sees(u"Release"_s));
-  EXPECT_TRUE(studio.sees(u"Switch to Me"_s));
+  EXPECT_TRUE(studio.sees(u"Other Mac has zolvex"_s));
   EXPECT_TRUE(comesToRest());
 }
 
@@ -132,7 +132,7 @@ struct DayTest : TwoDesktops {
   void studioReleases() {
     ASSERT_TRUE(studio.opensPopover());
     ASSERT_TRUE(studio.click(u"Release"_s));
-    EXPECT_TRUE(studio.sees(u"Quick Connect"_s));
+    EXPECT_TRUE(studio.sees(u"Ready to switch"_s));
     for (const auto& device : world.radio().addresses()) EXPECT_EQ(world.radio().holder(device), QString());
     ASSERT_TRUE(comesToRest());
     EXPECT_TRUE(studio.closesPopover());
@@ -195,6 +195,7 @@ struct DayTest : TwoDesktops {
     ASSERT_TRUE(studio.sees(u"Remove Peer Mac?"_s));
     studio.screen.press(u"Tab"_s);
     studio.screen.press(u"Return"_s);
+    EXPECT_TRUE(studio.sees(u"Add your peer Mac to finish setup."_s));
     EXPECT_TRUE(studio.sees(u"Add"_s));
   }
 
