@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <optional>
+#include <ostream>
 #include <string>
 
 namespace zolvex::test {
@@ -14,6 +15,7 @@ namespace zolvex::test {
 class StatusNotifierPanel {
  public:
   enum class Kind { xfce, lxqt };
+  friend void PrintTo(Kind kind, std::ostream* out) { *out << (kind == Kind::xfce ? "xfce" : "lxqt"); }
 
   explicit StatusNotifierPanel(Kind kind) : kind_(kind) {}
   ~StatusNotifierPanel() { stop(); }

@@ -12,8 +12,14 @@ constexpr auto icon = StatusNotifierPanel::icon;
 constexpr QPoint besideIcon = icon + QPoint(120, 0);
 constexpr int rightButton = 3;
 
+using Kind = StatusNotifierPanel::Kind;
+
+const char* nameOf(Kind kind) {
+  return kind == Kind::xfce ? "xfce" : "lxqt";
+}
+
 /// Real panels that take icons over the bus. Neither tells a program without a menu of right clicks.
-struct StatusNotifierTest : testing::TestWithParam<StatusNotifierPanel::Kind> {
+struct StatusNotifierTest : testing::TestWithParam<Kind> {
   void SetUp() override {
     for (const auto& reason : {DesktopWorld::reasonAgainst(), panel.reasonAgainst()})
       if (!reason.empty()) GTEST_SKIP() << reason;
@@ -93,11 +99,8 @@ TEST_P(StatusNotifierTest, thePanelMayComeLateAndRestart) {
   EXPECT_EQ(desktop.computer.end(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Panels, StatusNotifierTest,
-                         testing::Values(StatusNotifierPanel::Kind::xfce, StatusNotifierPanel::Kind::lxqt),
-                         [](const auto& panel) {
-                           return panel.param == StatusNotifierPanel::Kind::xfce ? "xfce" : "lxqt";
-                         });
+INSTANTIATE_TEST_SUITE_P(Panels, StatusNotifierTest, testing::Values(Kind::xfce, Kind::lxqt),
+                         [](const auto& panel) { return nameOf(panel.param); });
 
 }  // namespace
 }  // namespace zolvex::test

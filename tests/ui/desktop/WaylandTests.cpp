@@ -7,24 +7,43 @@
 #include <QStandardPaths>
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 namespace zolvex::test {
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
 
-std::string reasonAgainstWayland() {
-  if (QStandardPaths::findExecutable(u"weston"_s).isEmpty())
-    return "weston is not installed (a Debian package of this name)";
+enum class Compositor { weston, mutter };
+
+const char* programOf(Compositor compositor) {
+  return compositor == Compositor::weston ? "weston" : "mutter";
+}
+
+void PrintTo(Compositor compositor, std::ostream* out) {
+  *out << programOf(compositor);
+}
+
+QStringList optionsOf(Compositor compositor) {
+  if (compositor == Compositor::weston)
+    return {u"--backend=headless-backend.so"_s, u"--socket=wayland-test"_s, u"--no-config"_s, u"--idle-time=0"_s};
+  return {u"--headless"_s, u"--wayland"_s,         u"--no-x11"_s,    u"--virtual-monitor"_s,
+          u"1280x800"_s,   u"--wayland-display"_s, u"wayland-test"_s};
+}
+
+std::string reasonAgainstWayland(Compositor compositor) {
+  if (QStandardPaths::findExecutable(QString::fromLatin1(programOf(compositor))).isEmpty())
+    return std::string(programOf(compositor)) + " is not installed (a Debian package of this name)";
   const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) + u"/platforms"_s);
   if (plugins.entryList({u"libqwayland*.so"_s}).isEmpty()) return "Qt knows no Wayland (Debian package qt6-wayland)";
   return AccessibleTree::reasonAgainst();
 }
 
-/// A compositor without hardware: no screen, no keyboard and no mouse either, as where they have gone to the other
-/// computer.
-struct WaylandTest : testing::Test {
+/// A compositor without hardware. weston has no screen, and no keyboard and mouse either, as where they have gone to
+/// the other computer.
+struct WaylandTest : testing::TestWithParam<Compositor> {
   void SetUp() override {
-    if (const auto reason = reasonAgainstWayland(); !reason.empty()) GTEST_SKIP() << reason;
+    if (const auto reason = reasonAgainstWayland(GetParam()); !reason.empty()) GTEST_SKIP() << reason;
     ASSERT_TRUE(computer.sessionBus.start());
     ASSERT_TRUE(startCompositor());
     ASSERT_TRUE(reader.start(computer.sessionBus.address(), computer.variables()));
@@ -32,12 +51,8 @@ struct WaylandTest : testing::Test {
     computer.writeSettings(R"({"managedDeviceAddresses": ["A1"], "autoConnect": false, "didOpenAtFirstStart": true})");
   }
   [[nodiscard]] bool startCompositor() {
-    const auto socket = u"wayland-test"_s;
-    compositor.emplace(
-        u"weston"_s,
-        QStringList{u"--backend=headless-backend.so"_s, u"--socket="_s + socket, u"--no-config"_s, u"--idle-time=0"_s},
-        computer.variables());
-    computer.waylandDisplay = computer.directory.filePath(socket);
+    compositor.emplace(QString::fromLatin1(programOf(GetParam())), optionsOf(GetParam()), computer.variables());
+    computer.waylandDisplay = computer.directory.filePath(u"wayland-test"_s);
     return runUntil([this] { return QFile::exists(computer.waylandDisplay); });
   }
   ProgramRun& zolvex() { return *computer.zolvex; }
@@ -54,7 +69,7 @@ struct WaylandTest : testing::Test {
   std::optional<ProgramRun> compositor;
 };
 
-TEST_F(WaylandTest, thePopoverIsAWindow) {
+TEST_P(WaylandTest, thePopoverIsAWindow) {
   ASSERT_TRUE(computer.startOnBus());
   EXPECT_FALSE(reader.tells(u"Switch to Me"_s)) << "nobody has asked for a window";
   EXPECT_EQ(computer.control({u"show"_s}).exitStatus(), 0);
@@ -62,7 +77,7 @@ TEST_F(WaylandTest, thePopoverIsAWindow) {
   expectQuietEnd();
 }
 
-TEST_F(WaylandTest, thePortalsHotKeyOpensItAndSwitches) {
+TEST_P(WaylandTest, thePortalsHotKeyOpensItAndSwitches) {
   if (const auto reason = StubPortalBackend::reasonAgainst(); !reason.empty()) GTEST_SKIP() << reason;
   StubPortalBackend desktop(computer.sessionBus.address());
   desktop.startPortal(computer.variables());
@@ -74,6 +89,9 @@ TEST_F(WaylandTest, thePortalsHotKeyOpensItAndSwitches) {
   EXPECT_TRUE(isShown());
   expectQuietEnd();
 }
+
+INSTANTIATE_TEST_SUITE_P(Compositors, WaylandTest, testing::Values(Compositor::weston, Compositor::mutter),
+                         [](const auto& compositor) { return programOf(compositor.param); });
 
 }  // namespace
 }  // namespace zolvex::test
