@@ -7,8 +7,8 @@
 namespace zolvex {
 
 /// Left and right clicks on what is not ours, wherever on the screen and whether or not they take the keyboard away: a
-/// click on a panel does not. Only an X server tells of them; elsewhere there is silence. It listens, and is woken by
-/// each click, only while it is switched on. Main thread.
+/// click on a panel does not. Only an X server tells of them, on Qt's own connection; elsewhere there is silence. It
+/// listens, and is woken by each click, only while it is switched on. Main thread.
 class ClicksElsewhere final : public QObject, private QAbstractNativeEventFilter {
   Q_OBJECT
 
