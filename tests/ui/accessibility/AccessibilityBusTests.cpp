@@ -1,8 +1,7 @@
 #include "app/ZolvexProcess.h"
 #include "platform/session/XvfbServer.h"
-#include "ui/accessibility/AccessibleTree.h"
+#include "ui/accessibility/ScreenReader.h"
 
-#include <QFileInfo>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -18,51 +17,32 @@ constexpr auto settings =
     R"({"managedDeviceAddresses": ["A1"], "deviceNames": {"A1": "Desk Keyboard"}, "autoConnect": false,
         "globalHotkeyEnabled": false, "transportMode": "bluetooth", "didOpenAtFirstStart": true})";
 
-/// Where distributions put it.
-QString launcher() {
-  for (const auto& folder : {u"/usr/libexec/"_s, u"/usr/lib/at-spi2-core/"_s, u"/usr/lib/"_s})
-    if (const auto path = folder + u"at-spi-bus-launcher"_s; QFileInfo(path).isExecutable()) return path;
-  return {};
-}
-
 /// The real program on a display without anything else, and a screen reader that has not met it before.
 struct AccessibilityBusTest : testing::Test {
   void SetUp() override {
     if (const auto reason = XvfbServer::reasonAgainst(); !reason.empty()) GTEST_SKIP() << reason;
-    if (launcher().isEmpty()) GTEST_SKIP() << "at-spi-bus-launcher is not installed (Debian package at-spi2-core)";
+    if (const auto reason = ScreenReader::reasonAgainst(); !reason.empty()) GTEST_SKIP() << reason;
     ASSERT_TRUE(server.start() && computer.sessionBus.start());
     computer.display = QString::fromStdString(server.display());
-    startScreenReader();
+    ASSERT_TRUE(reader.start(computer.sessionBus.address(), computer.variables()));
     computer.writeSettings(settings);
     ASSERT_TRUE(computer.startOnBus());
     ASSERT_EQ(computer.control({u"show"_s}).exitStatus(), 0);
     ASSERT_TRUE(appears(Role::button, u"Switch to Me"_s));
   }
   void TearDown() override {
-    tree.reset();
     if (!computer.zolvex) return;
     EXPECT_EQ(computer.end(), 0);
-    bus->terminate();  // and with it the processes that it has started
-    EXPECT_TRUE(bus->hasEnded());
   }
 
-  void startScreenReader() {
-    bus.emplace(launcher(), QStringList{u"--launch-immediately"_s, u"--a11y=1"_s, u"--screen-reader=1"_s},
-                computer.variables());
-    ASSERT_TRUE(runUntil([this] {
-      tree = std::make_unique<AccessibleTree>(computer.sessionBus.address());
-      return tree->isConnected();
-    }));
-  }
-
-  std::optional<Accessible> find(Role role, const QString& name) { return tree->find(role, name); }
+  std::optional<Accessible> find(Role role, const QString& name) { return reader.tree().find(role, name); }
   bool appears(Role role, const QString& name) {
     return runUntil([&] { return find(role, name).has_value(); });
   }
   void press(Role role, const QString& name) {
     const auto control = find(role, name);
     ASSERT_TRUE(control) << name.toStdString();
-    EXPECT_TRUE(tree->press(*control)) << name.toStdString();
+    EXPECT_TRUE(reader.tree().press(*control)) << name.toStdString();
   }
   /// A switch of the preferences, by whichever role this Qt gives it.
   Accessible preference(const QString& name) {
@@ -74,7 +54,7 @@ struct AccessibilityBusTest : testing::Test {
   }
   /// What must hold of every control on every page.
   void expectUsableControls(std::size_t fewest) {
-    const auto all = tree->read();
+    const auto all = reader.tree().read();
     std::size_t controls = 0;
     for (const auto& one : all) {
       if (!one.isControl() || one.role == Role::listItem) continue;
@@ -92,8 +72,7 @@ struct AccessibilityBusTest : testing::Test {
 
   XvfbServer server;
   ZolvexProcess computer;
-  std::optional<ProgramRun> bus;
-  std::unique_ptr<AccessibleTree> tree;
+  ScreenReader reader;
 };
 
 TEST_F(AccessibilityBusTest, theMainPageTellsWhatItShows) {
@@ -133,7 +112,7 @@ TEST_F(AccessibilityBusTest, preferencesAreHeardAndChanged) {
   EXPECT_FALSE(preference(u"Auto-switch"_s).is(State::checked));
   EXPECT_TRUE(preference(u"Auto release"_s).is(State::checked));
   EXPECT_EQ(preference(u"Global hotkey"_s).description, u"Control Option D"_s);
-  EXPECT_TRUE(tree->press(preference(u"Auto-switch"_s)));
+  EXPECT_TRUE(reader.tree().press(preference(u"Auto-switch"_s)));
   EXPECT_TRUE(runUntil([this] { return preference(u"Auto-switch"_s).is(State::checked); }));
   EXPECT_TRUE(runUntil([this] { return find(Role::button, u"Preferences"_s)->description == u"Auto-switch on"_s; }));
 }

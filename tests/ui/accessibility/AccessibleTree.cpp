@@ -14,9 +14,11 @@ namespace zolvex::test {
 namespace {
 
 constexpr int callMilliseconds = 5'000;
+constexpr uint screenCoordinates = 0;
 
 const auto accessible = u"org.a11y.atspi.Accessible"_s;
 const auto action = u"org.a11y.atspi.Action"_s;
+const auto component = u"org.a11y.atspi.Component"_s;
 const auto properties = u"org.freedesktop.DBus.Properties"_s;
 const auto registry = u"org.a11y.atspi.Registry"_s;
 const auto root = u"/org/a11y/atspi/accessible/root"_s;
@@ -130,6 +132,13 @@ std::optional<Accessible> AccessibleTree::find(Accessible::Role role, const QStr
   for (const auto& one : read())
     if (one.name == name && one.role == role) return one;
   return std::nullopt;
+}
+
+QRect AccessibleTree::placeOf(const Accessible& one) const {
+  const auto answer = ask(one, component, u"GetExtents"_s, {screenCoordinates});
+  QRect place;
+  if (answer.canConvert<QDBusArgument>()) answer.value<QDBusArgument>() >> place;
+  return place;
 }
 
 bool AccessibleTree::press(const Accessible& one) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QRect>
 #include <QString>
 #include <QStringList>
 
@@ -53,6 +54,9 @@ class AccessibleTree {
   /// All that is on the screen, parents before their children.
   std::vector<Accessible> read() const;
   std::optional<Accessible> find(Accessible::Role role, const QString& name) const;
+
+  /// Where it is on the screen.
+  QRect placeOf(const Accessible& one) const;
 
   /// Does what the screen reader's user asks for by pressing it. False when it cannot be pressed.
   bool press(const Accessible& one) const;

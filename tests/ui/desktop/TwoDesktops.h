@@ -1,7 +1,7 @@
 #pragma once
 
 #include "lab/world/World.h"
-#include "ui/desktop/AccessibleTree.h"
+#include "ui/accessibility/ScreenReader.h"
 #include "ui/desktop/XDesktop.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ class Seat {
 
   lab::Desktop& computer;
   XDesktop screen;
-  AccessibleTree reader;
+  ScreenReader reader;
 
  private:
   QTemporaryDir home_;  // of the programs of the desktop, so that all in the computer's own is of zolvex

@@ -54,13 +54,15 @@ TEST_F(NewcomersTest, setBothComputersUpByClicksAloneAndSwitch) {
   ASSERT_NO_FATAL_FAILURE(addsPeer(laptop));
   ASSERT_NO_FATAL_FAILURE(choosesDevices(laptop));
   ASSERT_TRUE(laptop.click(u"Save"_s));
-  EXPECT_TRUE(laptop.sees(u"This Mac has zolvex"_s));
+  EXPECT_TRUE(laptop.sees(u"Release"_s));
+  ASSERT_TRUE(comesToRest());
 
   world.giveDevicesTo(u"Studio"_s);  // their user pairs them there, as the settings say
   ASSERT_NO_FATAL_FAILURE(addsPeer(studio));
   ASSERT_NO_FATAL_FAILURE(choosesDevices(studio));
   ASSERT_TRUE(studio.click(u"Save"_s));
-  EXPECT_TRUE(studio.sees(u"This Mac has zolvex"_s));
+  EXPECT_TRUE(studio.sees(u"Release"_s));
+  ASSERT_TRUE(comesToRest());
 
   ASSERT_TRUE(laptop.click(u"Switch to Me"_s));
   EXPECT_TRUE(getsAllDevices(laptop));

@@ -1,5 +1,5 @@
 #include "app/ZolvexProcess.h"
-#include "ui/desktop/AccessibleTree.h"
+#include "ui/accessibility/ScreenReader.h"
 #include "ui/desktop/StubPortalBackend.h"
 
 #include <QDir>
@@ -36,7 +36,7 @@ std::string reasonAgainstWayland(Compositor compositor) {
     return std::string(programOf(compositor)) + " is not installed (a Debian package of this name)";
   const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) + u"/platforms"_s);
   if (plugins.entryList({u"libqwayland*.so"_s}).isEmpty()) return "Qt knows no Wayland (Debian package qt6-wayland)";
-  return AccessibleTree::reasonAgainst();
+  return ScreenReader::reasonAgainst();
 }
 
 /// A compositor without hardware. weston has no screen, and no keyboard and mouse either, as where they have gone to
@@ -65,7 +65,7 @@ struct WaylandTest : testing::TestWithParam<Compositor> {
   }
 
   ZolvexProcess computer;
-  AccessibleTree reader;
+  ScreenReader reader;
   std::optional<ProgramRun> compositor;
 };
 
