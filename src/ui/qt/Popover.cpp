@@ -48,7 +48,7 @@ bool Popover::show(const std::optional<QRect>& anchor) {
     dress();
     place();
     window_->show();
-        clicksElsewhere_.setEnabled(anchor_.has_value());
+    clicksElsewhere_.setEnabled(anchor_.has_value());
   }
   window_->raise();
   window_->requestActivate();
