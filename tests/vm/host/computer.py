@@ -57,10 +57,13 @@ class Computer:
         console = (self.share / "console.log").open("a")
         machine.start(self._bench.guest("desktop.py", VM_ADDRESS=self.address), console)
         self._machine = machine
-        wait_for(orders.exists, BOOT_LIMIT, f"{self.name} does not start")
-        self._port = socket.socket(socket.AF_UNIX)
-        self._port.connect(str(orders))
+        wait_for(lambda: self._connect(orders), BOOT_LIMIT, f"{self.name} does not start")
         self._answers = self._port.makefile()
+
+    def _connect(self, orders):
+        """False while nobody listens there: the socket exists a little earlier."""
+        self._port = socket.socket(socket.AF_UNIX)
+        return self._port.connect_ex(str(orders)) == 0
 
     def await_ready(self):
         self.adapter = self._read(BOOT_LIMIT)["ready"]
