@@ -16,6 +16,10 @@ namespace {
 constexpr std::array iconSizes{16, 22, 24, 32, 44, 48, 64};
 constexpr QRgb panelGrey = 0xff808080;
 
+QString symbolPath(const QString& name) {
+  return u":/zolvex/symbols/%1.svg"_s.arg(name);
+}
+
 QByteArray tinted(const QString& path, const QColor& colour) {
   QFile file(path);
   if (!file.open(QIODevice::ReadOnly)) return {};
@@ -45,7 +49,7 @@ QIcon iconOf(const QString& path, const QColor& colour) {
 }  // namespace
 
 void SymbolDrawing::paint(QPainter& painter, const QRectF& area, const QString& name, const QColor& colour) {
-  if (!name.isEmpty()) paintFile(painter, area, u":/zolvex/symbols/%1.svg"_s.arg(name), colour);
+  if (!name.isEmpty()) paintFile(painter, area, symbolPath(name), colour);
 }
 
 QIcon SymbolDrawing::trayIcon(const QString& iconName) {
@@ -54,7 +58,7 @@ QIcon SymbolDrawing::trayIcon(const QString& iconName) {
 }
 
 QIcon SymbolDrawing::applicationIcon() {
-  return iconOf(u":/zolvex/icons/quenmar.zolvex.app.svg"_s, Qt::black);
+  return iconOf(symbolPath(u"quenmar.zolvex.app"_s), Qt::black);
 }
 
 }  // namespace zolvex

@@ -35,14 +35,11 @@ FocusScope {
             Layout.margins: Theme.spacing
             spacing: Theme.smallSpacing
 
-            Image {
+            SymbolItem {
                 Layout.alignment: Qt.AlignHCenter
                 Layout.preferredWidth: Theme.applicationIcon
                 Layout.preferredHeight: Theme.applicationIcon
-                sourceSize.width: Theme.applicationIcon
-                sourceSize.height: Theme.applicationIcon
-                source: "qrc:/zolvex/icons/quenmar.zolvex.app.svg"
-                cache: false  // nobody else shows it
+                name: "quenmar.zolvex.app"
                 Accessible.ignored: true
             }
             ThemedText {
