@@ -59,7 +59,13 @@ void TwoComputers::SetUp() {
   laptop().control().forceConnect(true);
   ASSERT_TRUE(waitUntil([&] { return laptop().control().connectedDevices() == deviceCount(); }, thorough));
   ASSERT_TRUE(waitForState(studio(), "otherMac"));
+  for (auto* desktop : {&studio(), &laptop()}) ASSERT_TRUE(waitUntil([&] { return hasChecked(*desktop); }, 20s));
   ASSERT_TRUE(comesToRest());
+}
+
+bool TwoComputers::hasChecked(const Desktop& desktop) const {
+  return logged(desktop, u"sending HEALTH_CHECK"_s) > 0 &&
+         logged(desktop, u"Client got response"_s) == logged(desktop, u"Connected to peer, sending"_s);
 }
 
 void TwoComputers::TearDown() {

@@ -57,6 +57,10 @@ class TwoComputers : public testing::Test {
   static WorldOptions options(const QStringList& devices);
   void lookAtTriggers();
 
+  /// Its first health check is over, which falls into the first seconds: whatever else is sent meanwhile is dropped. The
+  /// next one is 15 s away.
+  bool hasChecked(const Desktop& desktop) const;
+
   QStringList managed_;  // addresses
   std::map<QString, QStringList> log_;
   struct Trigger {
