@@ -57,8 +57,8 @@ class TwoComputers : public testing::Test {
   static WorldOptions options(const QStringList& devices);
   void lookAtTriggers();
 
-  /// Its first health check is over, which falls into the first seconds: whatever else is sent meanwhile is dropped. The
-  /// next one is 15 s away.
+  /// Its first health check is over, which falls into the first seconds: whatever else is sent meanwhile is dropped.
+  /// The next one is 15 s away.
   bool hasChecked(const Desktop& desktop) const;
 
   QStringList managed_;  // addresses
