@@ -36,11 +36,23 @@ packages_of() {
   awk -v wanted=" $* " '
     /^#/ || NF == 0 { next }
     /^\[/ { group = substr($0, 2, length($0) - 2); next }
-    index(wanted, " " group " ") { print $1 }' packaging/debian-packages
+    index(wanted, " " group " ") { sub(/\?$/, "", $1); print $1 }' packaging/debian-packages
+}
+
+# is_dropped NAME: whether this Debian has no such package, and the list says that it can be done without.
+is_dropped() {
+  grep -qxF "$1?" packaging/debian-packages && compgen -G '/var/lib/apt/lists/*_Packages*' >/dev/null && ! apt_knows "$1"
 }
 
 # missing_of GROUP...: those of them that are not installed.
 missing_of() {
+  local name
+  for name in $(not_installed_of "$@"); do
+    is_dropped "$name" || echo "$name"
+  done
+}
+
+not_installed_of() {
   local wanted installed
   wanted=$(packages_of "$@" | sort -u)
   # shellcheck disable=SC2086  # one argument a name

@@ -17,7 +17,6 @@ const auto controlInterface = u"quenmar.zolvex.app.Control"_s;
 const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 const auto busService = u"org.freedesktop.DBus"_s;
 const auto devicesProperty = u"Devices"_s;
-const auto peersProperty = u"RegisteredPeers"_s;
 const auto switchingProperty = u"IsSwitching"_s;
 
 /// Number of connected devices in a value of type a(ssb).
@@ -36,23 +35,6 @@ int countConnected(const QVariant& devices) {
   }
   argument.endArray();
   return count;
-}
-
-/// When the first one answered, in a value of type a(sssqbbx).
-qint64 timeOfFirst(const QVariant& peers) {
-  const auto argument = peers.value<QDBusArgument>();
-  qint64 lastReachable = 0;
-  argument.beginArray();
-  if (!argument.atEnd()) {
-    QString id, name, host;
-    quint16 port = 0;
-    bool isActive = false, isReachable = false;
-    argument.beginStructure();
-    argument >> id >> name >> host >> port >> isActive >> isReachable >> lastReachable;
-    argument.endStructure();
-  }
-  argument.endArray();
-  return lastReachable;
 }
 
 }  // namespace
@@ -96,25 +78,21 @@ void ControlClient::onPropertiesChanged(const QString& interface, const QVariant
   auto values = changedValues;
   // Between the two passes of a connection it is false for a moment, which only a fresh look tells from the end.
   if (values.contains(switchingProperty) && !values.take(switchingProperty).toBool())
-    look(switchingProperty);
+    lookWhetherSwitching();
   else
     values = changedValues;
   take(values);
   if (!invalidated.isEmpty()) readAll();
 }
 
-void ControlClient::lookAtPeers() {
-  look(peersProperty);
-}
-
-void ControlClient::look(const QString& property) {
+void ControlClient::lookWhetherSwitching() {
   auto message = QDBusMessage::createMethodCall(service, objectPath, propertiesInterface, u"Get"_s);
-  message.setArguments({controlInterface, property});
+  message.setArguments({controlInterface, switchingProperty});
   auto* watcher = new QDBusPendingCallWatcher(connection_.asyncCall(message), this);
-  connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, property] {
+  connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
     watcher->deleteLater();
     const QDBusPendingReply<QDBusVariant> reply = *watcher;
-    if (!reply.isError()) take({{property, reply.value().variant()}});
+    if (!reply.isError()) take({{switchingProperty, reply.value().variant()}});
   });
 }
 
@@ -122,7 +100,6 @@ void ControlClient::take(const QVariantMap& values) {
   for (auto it = values.begin(); it != values.end(); ++it) {
     properties_.insert(it.key(), it.value());
     if (it.key() == devicesProperty) connectedDevices_ = countConnected(it.value());
-    if (it.key() == peersProperty) peerHeardAt_ = timeOfFirst(it.value());
     const auto value = it.key() == devicesProperty ? u"%1 connected"_s.arg(connectedDevices_) : it.value().toString();
     Q_EMIT changed(it.key(), value);
   }

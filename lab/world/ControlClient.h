@@ -28,11 +28,6 @@ class ControlClient : public QObject {
   bool isSwitching() const { return properties_.value(QStringLiteral("IsSwitching")).toBool(); }
   int connectedDevices() const { return connectedDevices_; }
 
-  /// When the registered peer last answered, in milliseconds since 1970; 0 for never. Nobody is told when it answers
-  /// again: it is as of the last answer to lookAtPeers().
-  qint64 peerHeardAt() const { return peerHeardAt_; }
-  void lookAtPeers();
-
   /// They return at once; the outcome shows in the properties.
   void connectToThisMac(bool connectMissing);
   void forceConnect(bool connectMissing);
@@ -48,7 +43,7 @@ class ControlClient : public QObject {
 
  private:
   void readAll();
-  void look(const QString& property);
+  void lookWhetherSwitching();
   void take(const QVariantMap& values);
   void call(const QString& member, const QVariantList& arguments = {});
   QString text(const char* property) const { return properties_.value(QLatin1String(property)).toString(); }
@@ -57,7 +52,6 @@ class ControlClient : public QObject {
   QDBusConnection connection_;
   QVariantMap properties_;
   int connectedDevices_ = 0;
-  qint64 peerHeardAt_ = 0;
 };
 
 }  // namespace zolvex::lab

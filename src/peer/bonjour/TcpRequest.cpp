@@ -137,8 +137,8 @@ void TcpRequest::received(asio::error_code error, std::size_t count) {
   const auto state = reader_.feed({bytes_.data(), count});
   const auto& text = reader_.message();
   if (state == FrameReader::State::complete) {
-    logger.info("Client got response ({} bytes)", text.size());
-    return complete(replyFromText(text));
+    const auto tell = [count = text.size()] { logger.info("Client got response ({} bytes)", count); };
+    return complete(replyFromText(text), tell);
   }
   if (state == FrameReader::State::tooLong) {
     logger.error("Peer sent more than {} bytes without a delimiter", text.size());
@@ -152,13 +152,18 @@ void TcpRequest::connectionEnded() {
   complete(replyFromText(reader_.message()));
 }
 
-void TcpRequest::complete(PeerReply reply) {
+/// `tell` runs together with the completion: whoever reads there that the request is over may send the next one.
+void TcpRequest::complete(PeerReply reply, std::function<void()> tell) {
   isCompleted_ = true;
   asio::error_code ignored;
   socket_.close(ignored);
   // The time-out goes along, because it can be taken back there only.
   mainQueue_.async([timeout = std::make_shared<WorkItem>(std::move(timeout_)),
-                    completion = std::exchange(completion_, nullptr), reply = std::move(reply)] { completion(reply); });
+                    completion = std::exchange(completion_, nullptr), reply = std::move(reply),
+                    tell = std::move(tell)] {
+    if (tell) tell();
+    completion(reply);
+  });
 }
 
 }  // namespace zolvex

@@ -49,7 +49,7 @@ class TcpRequest : public std::enable_shared_from_this<TcpRequest> {
   void awaitReply();
   void received(asio::error_code error, std::size_t count);
   void connectionEnded();
-  void complete(PeerReply reply);
+  void complete(PeerReply reply, std::function<void()> tell = {});
 
   MainQueue& mainQueue_;
   const Target target_;
