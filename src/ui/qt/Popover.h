@@ -53,11 +53,11 @@ class Popover final : public QObject {
 
  private:
   PopoverModel& model_;
+  ClicksElsewhere clicksElsewhere_;  // before the window, which says goodbye when it ends
   std::unique_ptr<QQmlEngine> engine_;
   std::unique_ptr<QQuickWindow> window_;
   bool isBroken_ = false;
   std::optional<QRect> anchor_;
-  ClicksElsewhere clicksElsewhere_;
   QElapsedTimer sinceDeactivation_;
 };
 
