@@ -48,8 +48,9 @@ bool isOurs(const QPoint& position) {
 }  // namespace
 
 void ClicksElsewhere::setEnabled(bool isEnabled) {
+  if (isEnabled == isEnabled_) return;
   auto* const connection = xServer();
-  if (isEnabled == isEnabled_ || !connection) return;
+  if (!connection) return;
   const auto* const extension = xcb_get_extension_data(connection, &xcb_input_id);  // Qt has asked already
   if (!extension || !extension->present) return;
   inputExtension_ = extension->major_opcode;
