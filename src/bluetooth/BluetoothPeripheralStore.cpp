@@ -24,17 +24,42 @@ BluetoothPeripheralStore::BluetoothPeripheralStore(MainQueue& mainQueue, SerialQ
                                                    UserDefaults& defaults, const BluetoothWorkerClient& workerClient)
     : mainQueue_(mainQueue), bluetoothQueue_(bluetoothQueue), defaults_(defaults), workerClient_(workerClient) {
   reload();
+  // Not at once: who changes the choice and its names makes two changes, and then has it reloaded.
+  settings_ = defaults_.changed.observe([this] {
+    if (!isUpToDate()) settingsCheck_ = mainQueue_.after(Seconds(0), [this] { followSettings(); });
+  });
 }
 
 void BluetoothPeripheralStore::reload() {
-  const auto addresses = defaults_.stringArray(settings::managedDeviceAddresses).value_or(StringArray{});
+  peripherals_ = persisted();
+  logger.info("loaded {} managed Bluetooth devices", peripherals().size());
+}
+
+std::vector<BluetoothPeripheral> BluetoothPeripheralStore::persisted() const {
   const auto names = loadDeviceNames();
-  std::vector<BluetoothPeripheral> loaded;
-  for (const auto& address : addresses) {
+  std::vector<BluetoothPeripheral> devices;
+  for (const auto& address : defaults_.stringArray(settings::managedDeviceAddresses).value_or(StringArray{})) {
     const auto saved = names.find(address);
-    loaded.push_back({address, saved == names.end() ? address : saved->second});
+    devices.push_back({address, saved == names.end() ? address : saved->second});
   }
-  peripherals_ = std::move(loaded);
+  return devices;
+}
+
+bool BluetoothPeripheralStore::isUpToDate() const {
+  return std::ranges::equal(peripherals(), persisted(), [](const auto& known, const auto& stored) {
+    return known.id == stored.id && known.name == stored.name;
+  });
+}
+
+void BluetoothPeripheralStore::followSettings() {
+  if (isUpToDate()) return;
+  const auto& known = peripherals();
+  auto devices = persisted();
+  for (auto& device : devices) {
+    const auto before = std::ranges::find(known, device.id, &BluetoothPeripheral::id);
+    device.isConnected = before != known.end() && before->isConnected;
+  }
+  peripherals_ = std::move(devices);
   logger.info("loaded {} managed Bluetooth devices", peripherals().size());
 }
 

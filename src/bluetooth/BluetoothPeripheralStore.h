@@ -17,7 +17,8 @@ namespace zolvex {
 
 /// The managed devices: the user's choice, persisted, with the last known connection state of each.
 /// Owned by the application; there is one. It publishes the list, reduces it to a summary for the ownership rules, and
-/// offers the two blocking actions on one device, which it has done by worker processes.
+/// offers the two blocking actions on one device, which it has done by worker processes. A choice that is changed in
+/// the settings by somebody else is taken over; what is known of devices that stay is kept.
 /// Main thread, except connect() and unregister().
 class BluetoothPeripheralStore {
  public:
@@ -68,6 +69,9 @@ class BluetoothPeripheralStore {
   static std::string_view iconName(std::string_view deviceName);
 
  private:
+  std::vector<BluetoothPeripheral> persisted() const;
+  bool isUpToDate() const;
+  void followSettings();
   void mark(const std::string& address, bool isConnected);
 
   MainQueue& mainQueue_;
@@ -75,6 +79,8 @@ class BluetoothPeripheralStore {
   UserDefaults& defaults_;
   const BluetoothWorkerClient& workerClient_;
   Published<std::vector<BluetoothPeripheral>> peripherals_;
+  Subscription settings_;
+  WorkItem settingsCheck_;
   Lifetime lifetime_;
 };
 

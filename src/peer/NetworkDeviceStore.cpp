@@ -121,10 +121,14 @@ void NetworkDeviceStore::replyPleaseRelease(bool succeeded, ReplyChannel& channe
 void NetworkDeviceStore::registerPeer(const NetworkDevice& device) {
   const auto registered = device;  // may be an element of the list that is about to change
   networkDevices_ = std::vector{registered};
-  auto discovered = discoveredNetworkDevices();
-  std::erase_if(discovered, withId(registered.id));
-  discoveredNetworkDevices_ = std::move(discovered);
+  forgetDiscovered(registered.id);
   save();
+}
+
+void NetworkDeviceStore::forgetDiscovered(const std::string& id) {
+  auto discovered = discoveredNetworkDevices();
+  std::erase_if(discovered, withId(id));
+  discoveredNetworkDevices_ = std::move(discovered);
 }
 
 void NetworkDeviceStore::removePeer() {
@@ -142,6 +146,7 @@ void NetworkDeviceStore::setTransportMode(std::string_view mode) {
   stopTransport();
   defaults_.set(settings::transportMode, std::string(mode));
   forgetWhatWasSeen();
+  save();
   startTransport();
 }
 
@@ -150,20 +155,32 @@ void NetworkDeviceStore::forgetWhatWasSeen() {
   auto devices = networkDevices();
   for (auto& device : devices) device.isActive = false;
   networkDevices_ = std::move(devices);
-  save();
 }
 
 /// Not at once: a change may be told while the running transport is in the middle of a call, and setTransportMode()
 /// causes changes before it has started the new one.
 void NetworkDeviceStore::settingsChanged() {
-  if (selectsBluetooth() != isBluetoothStarted_) modeCheck_ = mainQueue_.after(Seconds(0), [this] { followMode(); });
+  if (selectsBluetooth() != isBluetoothStarted_ || defaults_.string(settings::networkDevices) != stored_)
+    settingsCheck_ = mainQueue_.after(Seconds(0), [this] { followSettings(); });
+}
+
+void NetworkDeviceStore::followSettings() {
+  if (defaults_.string(settings::networkDevices) != stored_) followPeer();
+  if (selectsBluetooth() != isBluetoothStarted_) followMode();
+}
+
+void NetworkDeviceStore::followPeer() {
+  logger.info("The peer was changed in the settings");
+  load();
+  if (const auto* peer = registeredPeer()) forgetDiscovered(std::string(peer->id));
+  if (runningTransport_) runningTransport_->reportDiscoveredAgain();  // of who is no peer any more
 }
 
 void NetworkDeviceStore::followMode() {
-  if (selectsBluetooth() == isBluetoothStarted_) return;
   logger.info("The transport was changed in the settings");
   stopTransport();
   forgetWhatWasSeen();
+  if (registeredPeer()) noteDown();
   startTransport();
 }
 
@@ -234,30 +251,33 @@ void NetworkDeviceStore::peerTransportLost(const std::string& id) {
 }
 
 void NetworkDeviceStore::load() {
-  const auto stored = defaults_.string(settings::networkDevices);
-  if (!stored) return;
-  auto decoded = decodeNetworkDevices(*stored);
-  if (const auto* error = std::get_if<NetworkDevicesError>(&decoded))
+  stored_ = defaults_.string(settings::networkDevices);
+  auto decoded = decodeNetworkDevices(stored_.value_or("[]"));
+  if (const auto* error = std::get_if<NetworkDevicesError>(&decoded)) {
     logger.error("Failed to load network devices: {}", error->description);
-  else
-    networkDevices_ = std::get<std::vector<NetworkDevice>>(std::move(decoded));
+    decoded = std::vector<NetworkDevice>{};  // so that what somebody may yet mend is not overwritten
+  }
+  networkDevices_ = std::get<std::vector<NetworkDevice>>(std::move(decoded));
 }
 
 void NetworkDeviceStore::save() {
-  if (auto encoded = encodedDevices()) defaults_.set(settings::networkDevices, *std::move(encoded));
+  if (const auto encoded = encodedDevices()) defaults_.set(settings::networkDevices, *encoded);
 }
 
 void NetworkDeviceStore::noteDown() {
-  if (auto encoded = encodedDevices()) defaults_.note(settings::networkDevices, *std::move(encoded));
+  if (const auto encoded = encodedDevices()) defaults_.note(settings::networkDevices, *encoded);
 }
 
 void NetworkDeviceStore::noteDownEventually() {
-  if (auto encoded = encodedDevices()) defaults_.noteEventually(settings::networkDevices, *std::move(encoded));
+  if (const auto encoded = encodedDevices()) defaults_.noteEventually(settings::networkDevices, *encoded);
 }
 
-std::optional<std::string> NetworkDeviceStore::encodedDevices() const {
+std::optional<std::string> NetworkDeviceStore::encodedDevices() {
   auto encoded = encodeNetworkDevices(networkDevices());
-  if (!encoded) logger.error("Failed to save network devices: {}", "a text is not UTF-8");
+  if (encoded)
+    stored_ = encoded;
+  else
+    logger.error("Failed to save network devices: {}", "a text is not UTF-8");
   return encoded;
 }
 

@@ -20,7 +20,7 @@ namespace zolvex {
 /// The one object through which this computer knows and talks to the other. It keeps the registered peer (persisted)
 /// and the peers seen now, owns the choice of the transport, sends one command at a time, checks the peer's health,
 /// and turns received commands into calls on the PeerCommandHandler. It decides nothing about devices. A transport
-/// mode that is changed in the settings, by whomever, is in effect as after setTransportMode().
+/// mode or peer that is changed in the settings, by whomever, is in effect as after a call here.
 /// One instance for the whole run. Main thread.
 class NetworkDeviceStore final : private PeerTransportDelegate {
  public:
@@ -81,14 +81,17 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   void save();      // what the user changed
   void noteDown();  // what was learnt of the peer
   void noteDownEventually();
-  std::optional<std::string> encodedDevices() const;
+  std::optional<std::string> encodedDevices();
   void startTransport();
   void stopTransport();
   bool selectsBluetooth() const;
   PeerTransport* selectedTransport() const;
   void settingsChanged();
+  void followSettings();
+  void followPeer();
   void followMode();
   void forgetWhatWasSeen();
+  void forgetDiscovered(const std::string& id);
   void scheduleHealthCheck(Seconds delay);
   void checkHealth();
   void dispatch(DeviceCommand command, const std::shared_ptr<ReplyChannel>& channel);
@@ -103,7 +106,8 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   PeerTransport* runningTransport_ = nullptr;
   bool isBluetoothStarted_ = false;  // also where there is no Bluetooth LE link to start
   Subscription settings_;
-  WorkItem modeCheck_;
+  WorkItem settingsCheck_;
+  std::optional<std::string> stored_;  // the peer in the settings, as last read or written here
   Published<std::vector<NetworkDevice>> networkDevices_;
   Published<std::vector<NetworkDevice>> discoveredNetworkDevices_;
   WorkItem peerHealthTimer_;

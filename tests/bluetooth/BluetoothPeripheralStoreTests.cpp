@@ -53,6 +53,25 @@ TEST(BluetoothPeripheralStore, aDamagedAddressListReadsAsEmpty) {
   EXPECT_TRUE(world.store().peripherals().empty());
 }
 
+TEST(BluetoothPeripheralStore, aChoiceThatSomebodyElseWritesIsTakenOverAndKeepsWhatIsKnown) {
+  World world({"Magic Mouse", "Magic Keyboard"});
+  world.haveConnected(2);
+  world.defaults.set(settings::managedDeviceAddresses, StringArray{"A2", "B9"});
+  world.defaults.set(settings::deviceNames, StringDictionary{{"A2", "Keys"}, {"B9", "Pad"}});
+  EXPECT_EQ(world.store().peripherals().size(), 2u) << "not in the middle of the changes";
+  const int times = announcements(world.store(), [&] { world.runUntilIdle(); });
+  EXPECT_EQ(world.store().peripherals(),
+            (std::vector<BluetoothPeripheral>{{"A2", "Keys", true}, {"B9", "Pad", false}}));
+  EXPECT_EQ(times, 1);
+  EXPECT_EQ(world.log.count("loaded 2 managed Bluetooth devices"), 2);
+}
+
+TEST(BluetoothPeripheralStore, otherSettingsLeaveTheListAlone) {
+  World world({"Magic Mouse"});
+  world.defaults.set(settings::autoConnect, false);
+  EXPECT_EQ(announcements(world.store(), [&] { world.runUntilIdle(); }), 0);
+}
+
 TEST(BluetoothPeripheralStore, reloadingForgetsConnections) {
   World world;
   world.haveConnected(2);

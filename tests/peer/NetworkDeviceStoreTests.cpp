@@ -348,6 +348,53 @@ TEST_F(NetworkDeviceStoreTest, otherSettingsDoNotTouchTheTransport) {
   EXPECT_EQ(world.peer.starts, 1);
 }
 
+// A peer that somebody else wrote
+
+TEST_F(NetworkDeviceStoreTest, aPeerChangedInTheSettingsIsTakenOver) {
+  const NetworkDevice other{"DEF456", "Attic", "192.0.2.9", std::uint16_t{99}, world.time.now(), false, std::nullopt};
+  world.peer.discover(other);
+  world.defaults.set(settings::networkDevices, *encodeNetworkDevices(std::vector{other}));
+  EXPECT_EQ(peer().id, "ABC123") << "not in the middle of what changes the settings";
+  world.runUntilIdle();
+  EXPECT_EQ(peer(), other);
+  EXPECT_TRUE(world.network().discoveredNetworkDevices().empty());
+  EXPECT_EQ(world.log.count("The peer was changed in the settings"), 1);
+  world.peer.receive("HEALTH_CHECK");
+  world.runUntilIdle();
+  EXPECT_EQ(saved(), world.network().networkDevices());
+  EXPECT_EQ(world.log.count("The peer was changed in the settings"), 1) << "ours are no news";
+}
+
+TEST_F(NetworkDeviceStoreTest, aPeerThatComesTogetherWithATransportIsKept) {
+  world.network().removePeer();
+  world.network().setTransportMode("bluetooth");
+  const NetworkDevice other{"DEF456", "Attic", "192.0.2.9", std::uint16_t{99}, world.time.now(), false, std::nullopt};
+  world.defaults.set(settings::networkDevices, *encodeNetworkDevices(std::vector{other}));
+  world.defaults.set(settings::transportMode, std::string("bonjour"));
+  world.runUntilIdle();
+  EXPECT_EQ(peer(), other);
+  EXPECT_EQ(saved(), std::vector{other});
+  EXPECT_TRUE(world.peer.isStarted());
+}
+
+TEST_F(NetworkDeviceStoreTest, aPeerRemovedFromTheSettingsIsForgotten) {
+  world.defaults.remove(settings::networkDevices);
+  world.runUntilIdle();
+  EXPECT_EQ(world.network().registeredPeer(), nullptr);
+  EXPECT_EQ(world.defaults.string(settings::networkDevices), std::nullopt);
+}
+
+TEST_F(NetworkDeviceStoreTest, aPeerInTheSettingsThatCannotBeReadIsLeftToWhoeverWroteIt) {
+  world.log.expectError("Failed to load network devices: ");
+  world.defaults.set(settings::networkDevices, std::string("[{"));
+  world.runUntilIdle();
+  world.peer.receive("HEALTH_CHECK");
+  world.advance(Seconds(60.0));
+  EXPECT_EQ(world.network().registeredPeer(), nullptr);
+  EXPECT_EQ(world.defaults.string(settings::networkDevices), "[{");
+  EXPECT_EQ(world.log.count("The peer was changed in the settings"), 1) << "and only once a change is looked at";
+}
+
 TEST_F(NetworkDeviceStoreTest, aReplyAfterTheTransportChangedStillCompletesItsCommand) {
   world.peer.answer = std::nullopt;
   send(pleaseRelease);

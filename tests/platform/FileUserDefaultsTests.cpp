@@ -106,6 +106,48 @@ TEST_F(FileUserDefaultsTest, aWrongTypeThatAnotherWritesIsToldAndReadsLikeAnAbse
   EXPECT_EQ(json(), (QJsonObject{{u"autoConnect"_s, false}}));
 }
 
+TEST_F(FileUserDefaultsTest, aFileWithWrongTypesStaysAsItIsUntilTheUserChangesASetting) {
+  log.expectError("in the settings file ");
+  const QByteArray before = R"({"peerIdentityID":{"v":2},   "autoConnect":"yes"})";
+  writeFile(before);
+  open();
+  defaults->note(settings::peerIdentityID, std::string("fresh"));
+  defaults->noteEventually(settings::networkDevices, std::string("[]"));
+  EXPECT_EQ(defaults->string(settings::peerIdentityID), "fresh");
+  EXPECT_EQ(fileBytes(), before);
+  reopen();
+  EXPECT_EQ(fileBytes(), before) << "nor is it written at the end";
+  defaults->note(settings::peerIdentityID, std::string("other"));
+  defaults->set(settings::autoRelease, false);
+  EXPECT_EQ(json(),
+            (QJsonObject{{u"autoConnect"_s, u"yes"_s}, {u"autoRelease"_s, false}, {u"peerIdentityID"_s, u"other"_s}}));
+}
+
+TEST_F(FileUserDefaultsTest, aFileWhoseWrongTypesSomebodyMendsGetsWhatWasNoted) {
+  log.expectError("in the settings file ");
+  writeFile(R"({"autoConnect": "yes", "peerIdentityID": 5})");
+  open();
+  defaults->note(settings::peerIdentityID, std::string("fresh"));
+  defaults->note("own", 1.0);
+  writeFile(R"({"autoConnect": true, "peerIdentityID": "theirs"})");
+  ASSERT_TRUE(runUntil([&] { return defaults->boolean(settings::autoConnect) == true; }));
+  EXPECT_EQ(defaults->string(settings::peerIdentityID), "theirs");
+  EXPECT_EQ(json(), (QJsonObject{{u"autoConnect"_s, true}, {u"own"_s, 1}, {u"peerIdentityID"_s, u"theirs"_s}}));
+}
+
+TEST_F(FileUserDefaultsTest, whatAnotherChangesGoesBeforeWhatIsNotedEventually) {
+  writeFile(R"({"networkDevices": "old", "autoConnect": true})");
+  open();
+  defaults->noteEventually(settings::networkDevices, std::string("heard again"));
+  writeFile(R"({"networkDevices": "old", "autoConnect": false})");
+  ASSERT_TRUE(runUntil([&] { return defaults->boolean(settings::autoConnect) == false; }));
+  EXPECT_EQ(defaults->string(settings::networkDevices), "heard again");
+  writeFile(R"({"networkDevices": "theirs", "autoConnect": false})");
+  ASSERT_TRUE(runUntil([&] { return defaults->string(settings::networkDevices) == "theirs"; }));
+  reopen();
+  EXPECT_EQ(defaults->string(settings::networkDevices), "theirs");
+}
+
 TEST_F(FileUserDefaultsTest, whatIsNotOursIsKept) {
   writeFile(R"({"theirs": [1, {"deep": null}], "a/b": 2.5, "big": 9007199254740993, "": "nameless"})");
   open();

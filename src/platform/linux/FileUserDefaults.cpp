@@ -7,6 +7,8 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace zolvex {
@@ -19,6 +21,10 @@ QString qString(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
+bool isTyped(const QString& key, const QJsonValue& value) {
+  return hasItsType(key.toStdString(), settingsFormat::fromJson(value));
+}
+
 }  // namespace
 
 FileUserDefaults::FileUserDefaults(MainQueue& mainQueue, std::string path)
@@ -26,8 +32,7 @@ FileUserDefaults::FileUserDefaults(MainQueue& mainQueue, std::string path)
   file_.prepare();
   auto found = file_.read();
   if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found)) tellUnusable(*unusable);
-  if (auto* settings = std::get_if<QJsonObject>(&found)) inForce_ = std::move(*settings);
-  tellMistyped();
+  if (const auto* settings = std::get_if<QJsonObject>(&found)) takeOver(*settings);
   QObject::connect(&watcher_, &QFileSystemWatcher::fileChanged, &watcher_, [this] { somethingMoved(); });
   QObject::connect(&watcher_, &QFileSystemWatcher::directoryChanged, &watcher_, [this] { somethingMoved(); });
   watch();
@@ -55,7 +60,7 @@ void FileUserDefaults::note(std::string_view key, DefaultsValue value) {
 }
 
 void FileUserDefaults::noteEventually(std::string_view key, DefaultsValue value) {
-  keep(qString(key), settingsFormat::toJson(value));
+  keep(qString(key), settingsFormat::toJson(value), By::program);
   if (!rest_) writeTheRestAfter(eventually);
   changed.emit();
 }
@@ -65,15 +70,19 @@ void FileUserDefaults::remove(std::string_view key) {
 }
 
 void FileUserDefaults::change(const QString& key, const QJsonValue& value, By by) {
-  if (by == By::user) hasUserChange_ = true;
-  keep(key, value);
+  keep(key, value, by);
   mayWriteNow() ? write() : writeTheRestAfter(periodEnd_ - Clock::now());
   changed.emit();
 }
 
-void FileUserDefaults::keep(const QString& key, const QJsonValue& value) {
-  unsaved_.insert(key, value);
+void FileUserDefaults::keep(const QString& key, const QJsonValue& value, By by) {
+  const auto before = unsaved_.constFind(key);
+  unsaved_.insert(key, {value, before == unsaved_.cend() ? by : std::max(by, before->by)});
   inForce_ = withUnsaved(std::move(inForce_));
+}
+
+bool FileUserDefaults::hasUserChange() const {
+  return std::any_of(unsaved_.cbegin(), unsaved_.cend(), [](const auto& change) { return change.by == By::user; });
 }
 
 /// A period begins with its first write, and nobody is woken up at its end unless there is something left to write.
@@ -91,14 +100,15 @@ void FileUserDefaults::write() {
   auto found = file_.read();
   if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found); unusable && !makeRoom(*unusable)) return;
   // A missing file may be one that an editor is just about to replace: what it held is not given up.
-  if (auto* settings = std::get_if<QJsonObject>(&found)) inForce_ = withUnsaved(std::move(*settings));
+  if (const auto* settings = std::get_if<QJsonObject>(&found)) takeOver(*settings);
+  if (!mistyped_.empty() && !hasUserChange()) return;
   if (!isRemoved_) written(file_.write(inForce_));
 }
 
 /// Whether the file may be written now although it cannot be used as it is.
 bool FileUserDefaults::makeRoom(const SettingsFile::Unusable& found) {
   tellUnusable(found);
-  if (!hasUserChange_) return false;
+  if (!hasUserChange()) return false;
   const auto aside = file_.keepAside();
   if (aside)
     logger.info("the unusable settings file is kept as {}", *aside);
@@ -115,7 +125,7 @@ void FileUserDefaults::written(const FileFailure& failure) {
   if (failure) return;
   if (isFailing) logger.info("the settings can be saved again");
   isUsable_ = true;
-  hasUserChange_ = false;
+  inFile_ = inForce_;
   unsaved_.clear();
   rest_.reset();
   tellMistyped();
@@ -160,28 +170,37 @@ void FileUserDefaults::lookAgain() {
   settle_.reset();
   auto found = file_.read();
   if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found)) return tellUnusable(*unusable);
-  auto* settings = std::get_if<QJsonObject>(&found);
-  adopt(settings ? std::move(*settings) : QJsonObject());
+  const auto* settings = std::get_if<QJsonObject>(&found);
+  adopt(settings ? *settings : QJsonObject());
 }
 
-void FileUserDefaults::adopt(QJsonObject found) {
+void FileUserDefaults::adopt(const QJsonObject& found) {
   const auto before = inForce_;
-  const bool isMended = !std::exchange(isUsable_, true);
-  // What the program noted because it could not read the file gives way to what the file says.
-  if (isMended && !hasUserChange_)
-    for (const auto& key : found.keys()) unsaved_.remove(key);
-  inForce_ = withUnsaved(std::move(found));
-  if (isMended && !unsaved_.isEmpty()) write();
-  if (inForce_ == before) return;
+  const bool wasLeftAlone = isLeftAlone();
+  isUsable_ = true;
+  takeOver(found);
+  if (wasLeftAlone && !unsaved_.isEmpty()) write();
+  if (inForce_ != before) changed.emit();
+}
+
+/// What somebody has changed in the file goes before what the program noted.
+void FileUserDefaults::takeOver(const QJsonObject& found) {
+  const auto isOverruled = [&](const auto& key, const Unsaved& note) {
+    const auto value = found.constFind(key);
+    return note.by == By::program && value != found.constEnd() && *value != inFile_.value(key) && isTyped(key, *value);
+  };
+  for (auto item = unsaved_.begin(); item != unsaved_.end();)
+    item = isOverruled(item.key(), *item) ? unsaved_.erase(item) : std::next(item);
+  inFile_ = found;
+  inForce_ = withUnsaved(found);
   tellMistyped();
-  changed.emit();
 }
 
 std::optional<std::string> FileUserDefaults::removePersistentDomain() {
   isRemoved_ = true;
   settle_ = {};
   if (const auto watched = watcher_.files() + watcher_.directories(); !watched.isEmpty()) watcher_.removePaths(watched);
-  inForce_ = {};
+  inFile_ = inForce_ = {};
   unsaved_.clear();
   auto failure = file_.remove();
   changed.emit();
@@ -196,16 +215,14 @@ void FileUserDefaults::tellUnusable(const SettingsFile::Unusable& found) {
 
 void FileUserDefaults::tellMistyped() {
   std::string keys;
-  for (auto item = inForce_.begin(); item != inForce_.end(); ++item) {
-    const auto key = item.key().toStdString();
-    if (!hasItsType(key, settingsFormat::fromJson(*item))) keys += (keys.empty() ? "" : ", ") + key;
-  }
+  for (auto item = inFile_.constBegin(); item != inFile_.constEnd(); ++item)
+    if (!isTyped(item.key(), *item)) keys += (keys.empty() ? "" : ", ") + item.key().toStdString();
   if (std::exchange(mistyped_, keys) == keys || keys.empty()) return;
   logger.error("in the settings file {} these have a wrong type and count as not set: {}", file_.path(), keys);
 }
 
 QJsonObject FileUserDefaults::withUnsaved(QJsonObject settings) const {
-  for (auto item = unsaved_.begin(); item != unsaved_.end(); ++item) settings.insert(item.key(), *item);
+  for (auto item = unsaved_.begin(); item != unsaved_.end(); ++item) settings.insert(item.key(), item->value);
   return settings;
 }
 

@@ -17,10 +17,11 @@ namespace zolvex {
 /// The settings in one JSON file that people may read and edit. A change goes into the file as it is at that moment,
 /// at once and atomically (mode 0600); keys and types that are not ours stay as they are. Changes by others are
 /// noticed and told.
-/// A file that cannot be used stays as it is until the user changes a setting; only then it is kept aside as
-/// "NAME.damaged-TIME". Until then the last good settings hold, or the defaults. Where the file cannot be written,
-/// changes count until the process ends. Each of these is logged once. Only a flood of changes, as when somebody sends
-/// one command after the other, shares writes.
+/// A file that cannot be used, or that has values of wrong types, as one of a newer version may, stays as it is until
+/// the user changes a setting. One that cannot be used is then kept aside as "NAME.damaged-TIME"; until then the last
+/// good settings hold, or the defaults. Where the file cannot be written, changes count until the process ends. Each of
+/// these is logged once. What somebody else changes in the file goes before what the program has noted meanwhile. Only
+/// a flood of changes, as when somebody sends one command after the other, shares writes.
 /// Main thread.
 class FileUserDefaults final : public UserDefaults {
  public:
@@ -54,12 +55,18 @@ class FileUserDefaults final : public UserDefaults {
   std::optional<std::string> removePersistentDomain() override;
 
  private:
-  enum class By { user, program };
+  enum class By { program, user };
+
+  struct Unsaved {
+    QJsonValue value;  ///< Undefined for a removal.
+    By by;
+  };
 
   using Clock = std::chrono::steady_clock;
 
   void change(const QString& key, const QJsonValue& value, By by);
-  void keep(const QString& key, const QJsonValue& value);
+  void keep(const QString& key, const QJsonValue& value, By by);
+  bool hasUserChange() const;
   bool mayWriteNow();
   void write();
   bool makeRoom(const SettingsFile::Unusable& found);
@@ -70,7 +77,9 @@ class FileUserDefaults final : public UserDefaults {
   void somethingMoved();
   bool holdsWhatIsInForce() const;
   void lookAgain();
-  void adopt(QJsonObject found);
+  void adopt(const QJsonObject& found);
+  void takeOver(const QJsonObject& found);
+  bool isLeftAlone() const { return !isUsable_ || !mistyped_.empty(); }
 
   void tellUnusable(const SettingsFile::Unusable& found);
   void tellMistyped();
@@ -78,14 +87,14 @@ class FileUserDefaults final : public UserDefaults {
 
   MainQueue& mainQueue_;
   const SettingsFile file_;
-  QJsonObject inForce_;                // what is read: the file as it last was good, and what is not in it yet
-  QMap<QString, QJsonValue> unsaved_;  // what is not in the file yet; undefined is a removal
-  bool hasUserChange_ = false;         // some of it is by the user
-  bool isUsable_ = true;               // the file, when it was last looked at
-  bool isRemoved_ = false;             // for good; nothing is written any more
-  FileFailure failure_;                // of the last attempt to write
+  QJsonObject inFile_;   // as it last was good
+  QJsonObject inForce_;  // what is read: that, and what is not in it yet
+  QMap<QString, Unsaved> unsaved_;
+  bool isUsable_ = true;    // the file, when it was last looked at
+  bool isRemoved_ = false;  // for good; nothing is written any more
+  FileFailure failure_;     // of the last attempt to write
   bool isWatchFailing_ = false;
-  std::string mistyped_;  // keys last told of
+  std::string mistyped_;  // keys in the file with a value of a wrong type, last told of
   Clock::time_point periodEnd_{};
   int writesInPeriod_ = 0;
   std::optional<WorkItem> rest_;    // while changes wait to be written
