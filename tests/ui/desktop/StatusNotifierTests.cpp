@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
+
 namespace zolvex::test {
 namespace {
 
@@ -11,6 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 constexpr auto icon = StatusNotifierPanel::icon;
 constexpr QPoint besideIcon = icon + QPoint(120, 0);
 constexpr int rightButton = 3;
+constexpr std::chrono::seconds menuLimit{2};
 
 using Kind = StatusNotifierPanel::Kind;
 
@@ -43,11 +47,19 @@ struct StatusNotifierTest : testing::TestWithParam<Kind> {
       return desktop.isShownNow();
     });
   }
-  [[nodiscard]] bool offersMenu() {
+  /// A menu that is on the screen already gets the keyboard some time later, and keys until then are lost.
+  [[nodiscard]] bool menuDoes(const QString& key, const std::function<bool()>& isDone) {
     const QRect below(icon + QPoint(30, 30), QSize(40, 40));
-    const auto before = desktop.picture(below);
-    desktop.click(icon, rightButton);
-    return runUntil([&] { return desktop.picture(below) != before; });
+    const auto bare = desktop.picture(below);
+    return runUntil([&] {
+      desktop.click(icon, rightButton);
+      if (!runUntil([&] { return desktop.picture(below) != bare; }, menuLimit)) return false;
+      desktop.press(key);
+      desktop.press(u"Return"_s);
+      if (runUntil(isDone, menuLimit)) return true;
+      desktop.press(u"Escape"_s);
+      return false;
+    });
   }
 
   DesktopWorld desktop;
@@ -73,15 +85,10 @@ TEST_P(StatusNotifierTest, aRightClickOffersTheMenu) {
   ASSERT_TRUE(opensPopover());
   desktop.press(u"Escape"_s);
   ASSERT_TRUE(desktop.isHidden());
-  ASSERT_TRUE(offersMenu());
-  desktop.press(u"Down"_s);
-  desktop.press(u"Return"_s);  // Open Zolvex
-  ASSERT_TRUE(desktop.isShown());
+  ASSERT_TRUE(menuDoes(u"Down"_s, [&] { return desktop.isShownNow(); }));  // Open Zolvex
   desktop.press(u"Escape"_s);
   ASSERT_TRUE(desktop.isHidden());
-  ASSERT_TRUE(offersMenu());
-  desktop.press(u"Up"_s);
-  desktop.press(u"Return"_s);  // Quit
+  ASSERT_TRUE(menuDoes(u"Up"_s, [&] { return zolvex().isEnded(); }));  // Quit
   EXPECT_EQ(zolvex().exitStatus(), 0);
 }
 
