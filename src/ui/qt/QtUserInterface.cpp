@@ -2,6 +2,11 @@
 
 #include "ui/FirstOpening.h"
 
+#include <QFontMetrics>
+#include <QGuiApplication>
+
+#include <tuple>
+
 namespace zolvex {
 
 namespace {
@@ -9,12 +14,21 @@ namespace {
 /// Time for the panel to take the status item, so that the popover opens beside it.
 constexpr Seconds firstOpeningDelay{0.5};
 
+/// By then the icon is there.
+constexpr Seconds fontsDelay{1.0};
+
+/// The first look at the fonts takes milliseconds, which the first opening would have to wait for.
+void lookUpFonts() {
+  std::ignore = QFontMetrics(QGuiApplication::font()).height();
+}
+
 }  // namespace
 
 QtUserInterface::QtUserInterface(const UserInterfaceObjects& objects)
     : use_(objects), model_(objects), popover_(model_), statusItem_(objects, popover_) {
   statusItem_.start();
   openAtFirstStart();
+  fonts_ = use_.mainQueue.after(fontsDelay, lookUpFonts);
 }
 
 void QtUserInterface::openAtFirstStart() {

@@ -22,6 +22,7 @@ class QtUserInterface final : public UserInterface {
   Popover popover_;
   StatusItem statusItem_;
   WorkItem firstOpening_;
+  WorkItem fonts_;
 };
 
 }  // namespace zolvex
