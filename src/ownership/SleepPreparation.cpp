@@ -2,6 +2,8 @@
 
 #include "core/Log.h"
 
+#include <algorithm>
+
 namespace zolvex {
 
 namespace {
@@ -16,20 +18,36 @@ SleepPreparation::SleepPreparation(Collaborators collaborators)
       systemWakeObserver_(use_.sessionEvents.observe(SessionEvent::systemDidWake, [this] { check_.cancel(); })) {}
 
 void SleepPreparation::prepare() {
-  if (use_.manager.isSwitching())
-    holdWhileBusy(checkLimit);
+  check_.cancel();
+  if (isReleasing())
+    holdForRelease(checkLimit);
   else
     use_.inhibitor.allowSleep();
 }
 
-void SleepPreparation::holdWhileBusy(int checksLeft) {
-  const bool isBusy = use_.manager.isSwitching() || use_.networkStore.outboundCommandInFlight();
-  if (isBusy && checksLeft > 0) {
-    check_ = use_.mainQueue.after(checkInterval, [this, checksLeft] { holdWhileBusy(checksLeft - 1); });
+void SleepPreparation::holdForRelease(int checksLeft) {
+  if (!isReleasing()) return holdForAnnouncement(std::min(checksLeft, announcementCheckLimit));
+  if (checksLeft > 0) {
+    check_ = use_.mainQueue.after(checkInterval, [this, checksLeft] { holdForRelease(checksLeft - 1); });
     return;
   }
-  if (isBusy) logger.error("the computer goes to sleep before the devices are released");
+  logger.error("the computer goes to sleep before the devices are released");
   use_.inhibitor.allowSleep();
+}
+
+void SleepPreparation::holdForAnnouncement(int checksLeft) {
+  if (isAnnouncing() && checksLeft > 0)
+    check_ = use_.mainQueue.after(checkInterval, [this, checksLeft] { holdForAnnouncement(checksLeft - 1); });
+  else
+    use_.inhibitor.allowSleep();
+}
+
+bool SleepPreparation::isReleasing() const {
+  return use_.manager.currentOperation() == SwitchOperation::releasing;
+}
+
+bool SleepPreparation::isAnnouncing() const {
+  return use_.networkStore.outboundCommand() == DeviceCommand::released;
 }
 
 }  // namespace zolvex

@@ -8,14 +8,15 @@
 
 namespace zolvex {
 
-/// Holds the computer awake until the devices are released and the peer knows, so that it can really take them:
-/// from the announcement of sleep until the flow that it started has ended and its announcement is out. Without such
-/// a flow the sleep is allowed at once. One instance, made after the manager, which must hear of the sleep first. Main
-/// thread.
+/// Holds the computer awake until the devices are released and the peer knows, so that it can really take them: from
+/// the announcement of sleep until the release that it started, or that ran already, has ended, and for a moment more
+/// while the peer is told. Nothing else holds it, no connect and no other command.
+/// One instance, made after the manager, which must hear of the sleep first. Main thread.
 class SleepPreparation {
  public:
   static constexpr Seconds checkInterval{0.1};
-  static constexpr int checkLimit = 45;  ///< 4.5 s in all; the system itself waits no longer than 5 s.
+  static constexpr int checkLimit = 45;              ///< 4.5 s in all; the system itself waits no longer than 5 s.
+  static constexpr int announcementCheckLimit = 10;  ///< 1 s of these at most; a peer that is there answers sooner.
 
   struct Collaborators {
     MainQueue& mainQueue;
@@ -29,7 +30,10 @@ class SleepPreparation {
 
  private:
   void prepare();
-  void holdWhileBusy(int checksLeft);
+  void holdForRelease(int checksLeft);
+  void holdForAnnouncement(int checksLeft);
+  bool isReleasing() const;
+  bool isAnnouncing() const;
 
   Collaborators use_;
   WorkItem check_;

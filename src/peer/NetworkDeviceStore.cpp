@@ -84,11 +84,11 @@ bool NetworkDeviceStore::sendCommand(DeviceCommand command, Completion completio
     logger.error("No peer device found");
     return false;
   }
-  if (outboundCommandInFlight_) {
+  if (outboundCommandInFlight()) {
     logger.error("Peer command already in flight; dropping {}", rawValueOf(command));
     return false;
   }
-  outboundCommandInFlight_ = true;
+  outboundCommand_ = command;
   const auto peer = *registered;
   const auto completed =
       lifetime_.guard([this, id = peer.id, command, completion = std::move(completion)](const PeerReply& reply) {
@@ -106,7 +106,7 @@ bool NetworkDeviceStore::sendCommand(DeviceCommand command, Completion completio
 }
 
 void NetworkDeviceStore::commandCompleted(const std::string& peerId, DeviceCommand command, const PeerReply& reply) {
-  outboundCommandInFlight_ = false;
+  outboundCommand_.reset();
   if (reply.succeeded())
     markReachability(peerId, true, true);
   else if (command != DeviceCommand::healthCheck)
@@ -308,7 +308,7 @@ void NetworkDeviceStore::scheduleHealthCheck(Seconds delay) {
 }
 
 void NetworkDeviceStore::checkHealth() {
-  if (!registeredPeer() || peerHealthCheckInFlight_ || outboundCommandInFlight_) return;
+  if (!registeredPeer() || peerHealthCheckInFlight_ || outboundCommandInFlight()) return;
   peerHealthCheckInFlight_ = true;
   const auto accepted = sendCommand(DeviceCommand::healthCheck,
                                     lifetime_.guard([this](const PeerReply&) { peerHealthCheckInFlight_ = false; }));

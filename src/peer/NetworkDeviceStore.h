@@ -53,7 +53,10 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
 
   /// Whether a computer counts as reachable at `now`: active, and heard of less than 45 s ago.
   static bool isReachable(const NetworkDevice& device, Date now);
-  bool outboundCommandInFlight() const { return outboundCommandInFlight_; }
+
+  /// The command that is under way to the peer.
+  std::optional<DeviceCommand> outboundCommand() const { return outboundCommand_; }
+  bool outboundCommandInFlight() const { return outboundCommand_.has_value(); }
   std::string transportMode() const;
 
   using DevicesObserver = std::function<void(const std::vector<NetworkDevice>&)>;
@@ -112,7 +115,7 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   Published<std::vector<NetworkDevice>> discoveredNetworkDevices_;
   WorkItem peerHealthTimer_;
   bool peerHealthCheckInFlight_ = false;
-  bool outboundCommandInFlight_ = false;
+  std::optional<DeviceCommand> outboundCommand_;
   Lifetime lifetime_;
 };
 

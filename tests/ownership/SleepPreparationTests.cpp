@@ -53,6 +53,68 @@ TEST_F(Sleep, waitsFourAndAHalfSecondsAtMost) {
   EXPECT_EQ(world.session.sleepsAllowed, 1);
 }
 
+TEST_F(Sleep, waitsNoLongerForAReleaseThatHasFailed) {
+  world.log.expectError("unregister: failed");
+  world.setWorkers("unregister", {.exitStatus = 70, .duration = 475ms});
+  isAnnounced();
+  world.advance(1001ms);
+  EXPECT_EQ(world.manager().lastResult(), "System sleep: release failed");
+  EXPECT_EQ(world.session.sleepsAllowed, 1);
+}
+
+TEST_F(Sleep, waitsForAReleaseThatRanAlready) {
+  world.defaults.set("autoConnect", false);
+  world.setWorkers("unregister", {.duration = 1s});
+  world.manager().releaseDevices();
+  isAnnounced();
+  world.advance(1999ms);
+  EXPECT_FALSE(isAllowed());
+  world.advance(200ms);
+  EXPECT_EQ(world.session.sleepsAllowed, 1);
+}
+
+TEST_F(Sleep, isNotHeldByAConnect) {
+  world.defaults.set("autoConnect", false);
+  for (const auto* address : {"A1", "A2"}) world.store().markDisconnected(address);
+  world.setWorkers("connect", {.duration = 3s});
+  world.manager().connectToThisMac(false);
+  isAnnounced();
+  EXPECT_EQ(world.session.sleepsAllowed, 1);
+}
+
+TEST_F(Sleep, isHeldByASilentPeerForASecondOnceTheDevicesAreReleased) {
+  world.peer.answer.reset();
+  isAnnounced();
+  world.advance(1099ms);
+  EXPECT_EQ(world.manager().lastResult(), "System sleep: released");
+  EXPECT_FALSE(isAllowed());
+  world.advance(2ms);
+  EXPECT_EQ(world.session.sleepsAllowed, 1);
+}
+
+TEST_F(Sleep, waitsFourAndAHalfSecondsAtMostForAPeerToo) {
+  world.setWorkers("unregister", {.duration = 2175ms});
+  isAnnounced();
+  world.advance(2s);
+  world.peer.answer.reset();
+  world.advance(2499ms);
+  EXPECT_EQ(world.manager().lastResult(), "System sleep: released");
+  EXPECT_FALSE(isAllowed());
+  world.advance(2ms);
+  EXPECT_EQ(world.session.sleepsAllowed, 1);
+}
+
+TEST_F(Sleep, isNotHeldByAHealthCheck) {
+  world.log.expectError("Peer command already in flight; dropping RELEASED");
+  world.peer.answer.reset();
+  world.advance(1s);
+  ASSERT_EQ(world.network().outboundCommand(), DeviceCommand::healthCheck);
+  isAnnounced();
+  world.advance(101ms);
+  EXPECT_EQ(world.manager().lastResult(), "System sleep: released");
+  EXPECT_EQ(world.session.sleepsAllowed, 1);
+}
+
 TEST_F(Sleep, aWakeEndsTheWaiting) {
   world.setWorkers("unregister", {.duration = 3s});
   isAnnounced();
@@ -71,6 +133,16 @@ TEST_F(Sleep, anotherAnnouncementStartsAnew) {
   world.advance(4499ms);
   EXPECT_FALSE(isAllowed());
   world.advance(2ms);
+  EXPECT_EQ(world.session.sleepsAllowed, 1);
+}
+
+TEST_F(Sleep, anotherAnnouncementWithNothingToReleaseEndsTheWaiting) {
+  world.peer.answer.reset();
+  isAnnounced();
+  world.advance(500ms);
+  world.defaults.set("autoConnect", false);
+  isAnnounced();
+  world.advance(30s);
   EXPECT_EQ(world.session.sleepsAllowed, 1);
 }
 
