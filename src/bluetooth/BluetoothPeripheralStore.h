@@ -52,12 +52,12 @@ class BluetoothPeripheralStore {
   /// The queue on which callers run the two actions below; one worker at a time, in submission order.
   SerialQueue& bluetoothQueue() { return bluetoothQueue_; }
 
-  /// Blocks for up to about 14 s; call it on `bluetoothQueue()`. `completion` runs on the main thread once the
-  /// device's state has been updated.
+  /// Blocks for up to about 14 s; call it on `bluetoothQueue()`. `completion` runs, and ends, on the main thread once
+  /// the device's state has been updated.
   void connect(const BluetoothPeripheral& peripheral, std::function<void()> completion);
 
-  /// Blocks for up to about 10 s; call it on `bluetoothQueue()`. `completion` runs on the main thread with whether the
-  /// pairing is gone; a device that the system does not know any more counts as gone.
+  /// Blocks for up to about 10 s; call it on `bluetoothQueue()`. `completion` runs, and ends, on the main thread with
+  /// whether the pairing is gone; a device that the system does not know any more counts as gone.
   void unregister(const BluetoothPeripheral& peripheral, std::function<void(bool)> completion);
 
   /// Any thread; off the main thread they take effect in a later turn. Unknown addresses and states that are no

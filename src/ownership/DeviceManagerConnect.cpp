@@ -1,6 +1,7 @@
 #include "core/Log.h"
 #include "ownership/DeviceManagerFlow.h"
 
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -87,11 +88,13 @@ void DeviceManager::startPass(const ConnectFlow& flow) {
 void DeviceManager::submitConnects(const std::shared_ptr<ConnectPass>& pass) {
   auto& store = use_.bluetoothStore;
   const auto finish = whileCurrent([this, pass] { finishPass(*pass); });
-  const auto deviceDone = lifetime_.guard([this, pass, finish] {
+  const std::function<void()> deviceDone = lifetime_.guard([this, pass, finish] {
     if (--pass->devicesLeft == 0) use_.mainQueue.async(finish);
   });
+  // The flow's state belongs to the main thread: nothing of it may stay with, and end on, the Bluetooth thread.
   for (const auto& device : store.peripherals())
-    store.bluetoothQueue().async([&store, device, deviceDone] { store.connect(device, deviceDone); });
+    store.bluetoothQueue().async(
+        [&store, device, done = deviceDone]() mutable { store.connect(device, std::exchange(done, nullptr)); });
 }
 
 void DeviceManager::watchForConnection(const std::shared_ptr<ConnectPass>& pass, int checksLeft) {

@@ -1,6 +1,7 @@
 #include "core/Log.h"
 #include "ownership/DeviceManagerFlow.h"
 
+#include <functional>
 #include <utility>
 
 namespace zolvex {
@@ -35,12 +36,14 @@ void DeviceManager::removeAllPairings(const std::shared_ptr<Release>& release) {
   if (release->devicesLeft == 0) return finishRelease(*release);
   auto& store = use_.bluetoothStore;
   const auto finish = whileCurrent([this, release] { finishRelease(*release); });
-  const auto deviceDone = lifetime_.guard([this, release, finish](bool removed) {
+  const std::function<void(bool)> deviceDone = lifetime_.guard([this, release, finish](bool removed) {
     if (!removed) release->allRemoved = false;
     if (--release->devicesLeft == 0) use_.mainQueue.async(finish);
   });
+  // As with a connect, nothing of it may stay on the Bluetooth thread; least of all the way back to the peer.
   for (const auto& device : store.peripherals())
-    store.bluetoothQueue().async([&store, device, deviceDone] { store.unregister(device, deviceDone); });
+    store.bluetoothQueue().async(
+        [&store, device, done = deviceDone]() mutable { store.unregister(device, std::exchange(done, nullptr)); });
 }
 
 void DeviceManager::finishRelease(const Release& release) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 
 namespace zolvex::test {
 namespace {
@@ -46,6 +47,17 @@ TEST(Connect, logsItsStepsInOrder) {
                                       "Connect: starting", "Connect: sending PLEASE_RELEASE to peer",
                                       "Connect: peer released, proceeding", "Connect: pairing + connecting all devices",
                                       "connect: SUCCESS Magic Keyboard", "Connect: SUCCESS"}));
+}
+
+TEST(Connect, leavesNothingOnTheBluetoothThread) {
+  World world;
+  world.bluetoothQueue.keepFinishedWork();
+  auto heldByTheCompletion = std::make_shared<int>();
+  const std::weak_ptr held = heldByTheCompletion;
+  world.manager().connectToThisMac(false, [kept = std::move(heldByTheCompletion)] {});
+  world.advance(1s);
+  EXPECT_EQ(world.manager().lastResult(), "Connected!");
+  EXPECT_TRUE(held.expired());
 }
 
 TEST(Connect, withEverythingHereOnlyReconciles) {

@@ -115,6 +115,15 @@ TEST(PleaseRelease, isAnsweredWhenEveryPairingIsGoneAndThenAnnounced) {
   EXPECT_TRUE(world.log.contains("PLEASE_RELEASE: released successfully"));
 }
 
+TEST(PleaseRelease, leavesNothingOnTheBluetoothThread) {
+  World world;
+  world.bluetoothQueue.keepFinishedWork();
+  const std::weak_ptr<ReplyChannel> channel = world.peer.receive("PLEASE_RELEASE");
+  world.advance(1s);
+  EXPECT_EQ(world.manager().lastResult(), "Released. Pair on other Mac");
+  EXPECT_TRUE(channel.expired());
+}
+
 TEST(PleaseRelease, failsWhenARemovalFails) {
   World world({"Magic Keyboard"});
   world.log.expectError("unregister: failed Magic Keyboard");

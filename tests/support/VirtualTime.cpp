@@ -53,10 +53,13 @@ Seconds VirtualTime::runElsewhere(const std::function<void()>& work) {
 void VirtualSerialQueue::async(std::function<void()> work) {
   // Work is taken up when the queue is free; how long it takes is known only when it has run.
   const auto begin = std::max(time_.now(), freeFrom_);
+  ++waiting_;
   time_.schedule(begin, [this, work = std::move(work)]() mutable {
+    --waiting_;
     if (time_.now() < freeFrom_) return async(std::move(work));
     freeFrom_ = time_.now();
     freeFrom_ += ticks(time_.runElsewhere(work));
+    if (keepsFinishedWork_) finishedWork_.push_back(std::move(work));
   });
 }
 

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <utility>
+#include <vector>
 
 namespace zolvex::test {
 
@@ -62,9 +63,18 @@ class VirtualSerialQueue final : public SerialQueue {
   explicit VirtualSerialQueue(VirtualTime& time) : time_(time) {}
   void async(std::function<void()> work) override;
 
+  /// Whether all of its work has run and has reported back.
+  bool isIdle() const { return waiting_ == 0 && time_.now() >= freeFrom_; }
+
+  /// From now on work that has run is kept, as by a thread that has not come round to ending it.
+  void keepFinishedWork() { keepsFinishedWork_ = true; }
+
  private:
   VirtualTime& time_;
   Date freeFrom_{};
+  std::size_t waiting_ = 0;
+  bool keepsFinishedWork_ = false;
+  std::vector<std::function<void()>> finishedWork_;
 };
 
 }  // namespace zolvex::test
