@@ -26,11 +26,13 @@ void X11DisplayPower::start(std::string display) {
 }
 
 void X11DisplayPower::attempt() {
+  limit_ = mainQueue_.after(answerLimit, [this] { silent(); });
   opening_.start([display = display_] { return X11Connection::open(display); },
                  [this](std::unique_ptr<X11Connection> connection) { attemptEnded(std::move(connection)); });
 }
 
 void X11DisplayPower::attemptEnded(std::unique_ptr<X11Connection> connection) {
+  limit_.cancel();
   if (!connection) return missing("no X server that tells of its displays yet at");
   connection_ = std::move(connection);
   isAbsenceLogged_ = false;

@@ -18,13 +18,22 @@ namespace zolvex::test {
 class RealWorkVirtualDelays final : public MainQueue {
  public:
   Date now() const override { return time_.now(); }
-  void async(std::function<void()> work) override { queue_.async(std::move(work)); }
+  void async(std::function<void()> work) override {
+    queue_.async([this, work = std::move(work)] {
+      ++workRun_;
+      work();
+    });
+  }
   WorkItem after(Seconds delay, std::function<void()> work) override { return time_.after(delay, std::move(work)); }
   bool isCurrent() const override { return queue_.isCurrent(); }
 
   void advance(Seconds duration) { time_.advance(duration); }
 
+  /// How many pieces of work have come without a delay, which is from other threads.
+  int workRun() const { return workRun_; }
+
  private:
+  int workRun_ = 0;
   QtMainQueue queue_;
   VirtualTime time_;
 };

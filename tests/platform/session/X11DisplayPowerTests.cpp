@@ -61,15 +61,23 @@ TEST_F(XvfbTest, aServerThatEndsIsWaitedFor) {
   EXPECT_TRUE(recorder.become(offAndOn));
 }
 
-TEST_F(XvfbTest, aServerThatHangsAtTheStartHoldsUpNobody) {
+TEST_F(XvfbTest, aServerThatHangsAtTheStartIsLoggedOnceAndHoldsUpNobody) {
+  const auto line = "the X server " + server.display() + " does not answer";
+  log.expectError(line);
   const auto process = static_cast<pid_t>(server.processId());
   kill(process, SIGSTOP);
   power.emplace(queue, events.displayOff());
   power->start(server.display());
   power->wakeDisplay();
   EXPECT_FALSE(power->isFollowing());
+  queue.advance(X11DisplayPower::answerLimit - Seconds(0.001));
+  EXPECT_EQ(log.count(line), 0);
+  queue.advance(Seconds(0.001));
+  queue.advance(X11DisplayPower::answerLimit);
+  EXPECT_EQ(log.count(line), 1);
   kill(process, SIGCONT);
   EXPECT_TRUE(runUntil([&] { return power->isFollowing(); }));
+  EXPECT_TRUE(logs("the X server " + server.display() + " answers again"));
 }
 
 TEST_F(XvfbTest, aServerThatHangsLaterIsLoggedOnceAndHoldsUpNobody) {
@@ -103,7 +111,10 @@ TEST_F(X11World, noServerIsLoggedOnceAndTriedAgain) {
   power.emplace(queue, events.displayOff());
   power->start(":9999");
   ASSERT_TRUE(logs(line));
-  for (int i = 0; i < 3; ++i) queue.advance(X11DisplayPower::retryInterval);
+  for (int attempts = 1; attempts < 4; ++attempts) {
+    ASSERT_TRUE(runUntil([&] { return queue.workRun() == attempts; }));
+    queue.advance(X11DisplayPower::retryInterval);
+  }
   power->wakeDisplay();
   EXPECT_EQ(log.count(line), 1);
 }
