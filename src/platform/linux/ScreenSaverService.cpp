@@ -34,8 +34,13 @@ void ScreenSaverService::ask() {
 }
 
 void ScreenSaverService::answered(const QDBusMessage& reply) {
-  if (reply.signature() == "b"_L1) return locked_.found(source_, reply.arguments().at(0).toBool());
-  logger.info("{} does not say whether it is active: {}", interface_.toStdString(), reply.errorMessage().toStdString());
+  if (reply.signature() == "b"_L1) {
+    isRefusalLogged_ = false;
+    return locked_.found(source_, reply.arguments().at(0).toBool());
+  }
+  if (!std::exchange(isRefusalLogged_, true))
+    logger.info("{} does not say whether it is active: {}", interface_.toStdString(),
+                reply.errorMessage().toStdString());
   locked_.lost(source_);
 }
 

@@ -29,6 +29,7 @@ class ScreenSaverService {
   const QString interface_;
   SessionAspect& locked_;
   const SessionAspect::Source source_;
+  bool isRefusalLogged_ = false;  // until it answers: a silent one is asked again every minute
   Subscription appearance_;
   Subscription absence_;
   Subscription changes_;

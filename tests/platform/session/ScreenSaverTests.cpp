@@ -122,6 +122,25 @@ TEST_F(ScreenSaverTest, oneThatCannotBeAskedIsLoggedAndListenedTo) {
   EXPECT_TRUE(recorder.become({SessionEvent::screenLocked}));
 }
 
+TEST_F(ScreenSaverTest, oneThatCannotBeAskedIsLoggedOnceUntilItAnswers) {
+  const std::string line = "org.gnome.ScreenSaver does not say whether it is active: not supported";
+  std::optional<ScriptedScreenSaver> screenSaver;
+  const auto startsAndIsAsked = [&](bool knows) {
+    screenSaver.reset();
+    screenSaver.emplace(bus.address(), gnome);
+    screenSaver->knows = knows;
+    waitUntilAsked(*screenSaver);
+    settle();
+  };
+  connectLink();
+  startsAndIsAsked(false);
+  startsAndIsAsked(false);
+  EXPECT_EQ(log.count(line), 1);
+  startsAndIsAsked(true);
+  startsAndIsAsked(false);
+  EXPECT_EQ(log.count(line), 2);
+}
+
 TEST_F(ScreenSaverTest, aSignalWithoutItsArgumentIsIgnored) {
   ScriptedScreenSaver screenSaver(bus.address(), gnome);
   connectLink();
