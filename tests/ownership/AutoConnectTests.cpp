@@ -263,6 +263,33 @@ TEST_F(AutoConnect, aFlowThatBeganWhileSettlingGoesOnAlone) {
   EXPECT_FALSE(logged("System wake: auto-connecting"));
 }
 
+TEST_F(AutoConnectOneDevice, aReleaseByThePeerWhileSettlingStartsNoSecondConnect) {
+  world.setWorkers("connect", {.duration = 3s});
+  happens(SessionEvent::systemDidWake);
+  world.advance(wakeDelay + settled / 2);
+  world.peer.receive("RELEASED");
+  EXPECT_EQ(world.manager().ownershipState(), released);
+  world.advance(20s);
+  EXPECT_EQ(world.statusTexts, (Texts{"System wake: auto-connecting", "Quick connecting...", "Connected!"}));
+  EXPECT_EQ(world.workers.runs.size(), 1u);
+  EXPECT_FALSE(logged("Peer released: auto-connecting"));
+}
+
+TEST_F(AutoConnectOneDevice, ofTwoThatSettleAtOnceTheLaterIsRetried) {
+  nothingConnects(100ms);
+  happens(SessionEvent::systemDidWake);
+  world.advance(wakeDelay + settled / 2);
+  world.peer.receive("RELEASED");
+  world.advance(settled / 2 + 100ms);
+  EXPECT_EQ(world.manager().lastResult(), "System wake: retrying...");
+  world.advance(settled / 2);
+  EXPECT_EQ(world.manager().lastResult(), "Peer released: retrying...");
+  world.advance(12s + settled + 100ms);
+  EXPECT_TRUE(logged("Peer released retry: auto-connecting"));
+  EXPECT_FALSE(logged("System wake retry: auto-connecting"));
+  EXPECT_EQ(world.workers.runs.size(), 3u);
+}
+
 // Retries
 
 TEST_F(AutoConnectOneDevice, isRetriedTwiceAfterAWake) {
