@@ -34,9 +34,6 @@ class VirtualTime final : public MainQueue {
   /// Within work of a virtual serial queue: the work takes `duration` (more).
   void spend(Seconds duration);
 
-  /// How many pieces of work wait for their time.
-  std::size_t pendingCount() const { return scheduled_.size(); }
-
   /// Time since the start of the test.
   Seconds elapsed() const { return now() - start; }
 

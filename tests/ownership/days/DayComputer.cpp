@@ -3,6 +3,8 @@
 #include "core/SettingsKeys.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 namespace zolvex::test {
 
@@ -12,7 +14,9 @@ class DayComputer::Worker final : public ChildProcess {
   Worker(DayComputer& computer, std::string command)
       : computer_(computer),
         command_(std::move(command)),
-        left_(std::uniform_real_distribution(0.05, 3.0)(computer.random_)) {}
+        left_(std::uniform_real_distribution(0.05, 3.0)(computer.random_)) {
+    ++computer_.workersLeft_;
+  }
 
   void writeInput(std::string_view bytes, Seconds) override { address_ = bytes; }
   bool waitForExit(Seconds limit) override {
@@ -20,15 +24,20 @@ class DayComputer::Worker final : public ChildProcess {
     const bool ends = !computer_.workersHang_ && left_ <= limit;
     computer_.time_.spend(ends ? left_ : limit);
     if (ends) exitStatus_ = computer_.act(command_, address_);
-    return hasEnded_ = ends;
+    if (ends) end();
+    return hasEnded_;
   }
-  void terminate() override { hasEnded_ = true; }
-  void kill() override { hasEnded_ = true; }
+  void terminate() override { end(); }
+  void kill() override { end(); }
   int exitStatus() const override { return exitStatus_; }
   std::string readOutput() override { return {}; }
   std::string readError() override { return {}; }
 
  private:
+  void end() {
+    if (!std::exchange(hasEnded_, true)) --computer_.workersLeft_;
+  }
+
   DayComputer& computer_;
   std::string command_;
   std::string address_;
@@ -45,7 +54,8 @@ DayComputer::Program::Program(DayComputer& computer)
       manager({computer.queue_, computer.defaults_, store, network, computer.notifier_, computer.session_,
                computer.session_}),
       sleepPreparation({computer.queue_, manager, network, computer.session_, computer}),
-      texts(manager.observeLastResult([&computer](const auto& text) { computer.statusTexts.insert(text); })) {
+      texts(manager.observeLastResult([&computer](const auto& text) { computer.statusTexts.insert(text); })),
+      states(manager.observeOwnershipState([&computer](auto state) { computer.states.insert(state); })) {
   network.start(manager);
 }
 
@@ -124,6 +134,21 @@ void DayComputer::wake() {
 
 bool DayComputer::isBusy() {
   return isRunning() && !isAsleep() && manager().isSwitching();
+}
+
+std::size_t DayComputer::pendingAutoReleaseTimers() const {
+  const auto& delays = queue_.pendingDelays();
+  return static_cast<std::size_t>(std::distance(delays.lower_bound(shortestAutoRelease), delays.end()));
+}
+
+std::size_t DayComputer::pendingHealthChecks() const {
+  return pendingWith(NetworkDeviceStore::firstHealthCheckDelay) + pendingWith(NetworkDeviceStore::peerHealthInterval);
+}
+
+bool DayComputer::intends() const {
+  const auto requests = pendingWith(peerProtocol::commandTimeout);
+  const auto others = requests + pendingHealthChecks() + pendingAutoReleaseTimers();
+  return !isAsleep() && queue_.pendingDelays().size() > others;
 }
 
 std::size_t DayComputer::devicesHeld() const {

@@ -5,6 +5,8 @@
 #include "support/FakeSession.h"
 #include "support/MemoryUserDefaults.h"
 
+#include <chrono>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <random>
@@ -56,11 +58,27 @@ class DayComputer final : private ProcessLauncher, private SleepInhibitor {
   /// Whether its program is in the middle of something.
   bool isBusy();
 
+  /// Whether its program does nothing and has been told of everything that its workers have done.
+  bool isSettled() { return !isBusy() && (isAsleep() || bluetoothThread_.isIdle()); }
+
+  /// Whether a step waits that leads to a flow, or to more of one: a retry, a look at what has become of the devices.
+  bool intends() const;
+
+  /// What the rules have waiting for its time, by the delay that each kind has for itself.
+  std::size_t pendingRetries() const { return pendingWith(DeviceManager::autoConnectRetryDelay); }
+  std::size_t pendingInactiveReleases() const { return pendingWith(DeviceManager::inactiveReleaseDelay); }
+  std::size_t pendingAutoReleaseTimers() const;
+  std::size_t pendingHealthChecks() const;
+
+  /// How many worker processes were started and have not ended.
+  int workersLeft() const { return workersLeft_; }
+
   /// How many devices are bonded to it.
   std::size_t devicesHeld() const;
 
-  /// Every status text that was published.
+  /// Every status text and every state that was published.
   std::set<std::string> statusTexts;
+  std::set<DeviceOwnershipState> states;
 
  private:
   class Worker;
@@ -91,6 +109,7 @@ class DayComputer final : private ProcessLauncher, private SleepInhibitor {
     DeviceManager manager;
     SleepPreparation sleepPreparation;
     Subscription texts;
+    Subscription states;
   };
 
   std::variant<std::unique_ptr<ChildProcess>, Error> launch(const std::string& executable,
@@ -98,6 +117,7 @@ class DayComputer final : private ProcessLauncher, private SleepInhibitor {
   void allowSleep() override;
   void fallAsleep();
   int act(const std::string& command, const std::string& address);
+  std::size_t pendingWith(Seconds delay) const { return queue_.pendingDelays().count(delay); }
 
   std::string name_;
   VirtualTime& time_;
@@ -113,8 +133,12 @@ class DayComputer final : private ProcessLauncher, private SleepInhibitor {
   bool isLocked_ = false;
   bool isDisplayOn_ = true;
   bool workersHang_ = false;
+  int workersLeft_ = 0;
   std::optional<Program> program_;
 };
+
+/// The shortest of the auto-release timers that a day sets; everything else that waits takes less.
+inline constexpr Seconds shortestAutoRelease = std::chrono::minutes(1);
 
 /// The addresses of the devices of a day.
 const std::vector<std::string>& dayDevices();

@@ -5,8 +5,10 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <regex>
+#include <utility>
 
 namespace zolvex::test {
 
@@ -14,11 +16,9 @@ namespace {
 
 /// Longer than every flow with its retries and what was queued before it.
 constexpr Seconds longestUnrest{1200.0};
-constexpr Seconds restFor{25.0};  ///< Longer than the waits for a retry and for an inactive release.
+constexpr Seconds restFor{2.0};  ///< Longer than what was said last needs to arrive at the other computer.
 
-/// Timers and delays that may be pending at rest: for each computer the health check, the auto-release timer, an
-/// inactive release and a retry.
-constexpr std::size_t mostPending = 8;
+constexpr Seconds lookInterval{1.0};  ///< Of what must hold at any time.
 
 bool isStatusText(const std::string& text) {
   static const std::regex known(
@@ -57,6 +57,7 @@ std::string RandomDay::live() {
       comeToRest();
     else
       advance(Seconds(std::uniform_real_distribution(0.0, 30.0)(random_)));
+    if (isSettled()) checkSettled();
   }
   if (complaint_.empty()) endTheDay();
   return complaint_;
@@ -111,7 +112,7 @@ void RandomDay::click(DayComputer& computer) {
 }
 
 void RandomDay::changeSetting(DayComputer& computer) {
-  static constexpr std::array hours{-1.0, 1.0 / 60, 5.0 / 60, 1.0, 0.0};
+  static constexpr std::array hours{-1.0, shortestAutoRelease / std::chrono::hours(1), 5.0 / 60, 1.0, 0.0};
   note(computer.name() + ": other settings");
   computer.defaults().set(settings::autoConnect, pick(4) != 0);
   computer.defaults().set(settings::autoRelease, pick(4) != 0);
@@ -152,14 +153,40 @@ void RandomDay::comeToRest() {
   for (Seconds waited{0}; quiet < restFor; waited += Seconds(1)) {
     if (waited > longestUnrest) return complain("a flow runs for ever");
     advance(Seconds(1));
-    const bool isBusy = studio_.isBusy() || laptop_.isBusy();
-    quiet = isBusy ? Seconds(0) : quiet + Seconds(1);
+    const bool rests = isSettled() && !studio_.intends() && !laptop_.intends();
+    quiet = rests ? quiet + Seconds(1) : Seconds(0);
   }
   checkRest();
 }
 
-void RandomDay::checkRest() {
-  checkTexts();
+void RandomDay::checkAlways() {
+  for (auto* computer : computers_) {
+    checkWhatIsSaid(*computer);
+    checkWhatIsPending(*computer);
+    if (computer->workersLeft() != 0) complain(computer->name() + " has left a worker behind");
+  }
+}
+
+void RandomDay::checkWhatIsSaid(DayComputer& computer) {
+  for (const auto& text : std::exchange(computer.statusTexts, {}))
+    if (!isStatusText(text)) complain(computer.name() + " said \"" + text + "\"");
+  if (std::exchange(computer.states, {}).contains(DeviceOwnershipState::connecting))
+    complain(computer.name() + " was in a state that nothing sets");
+  if (computer.isRunning() && computer.manager().isSwitching() != computer.manager().currentOperation().has_value())
+    complain(computer.name() + " does not know whether a flow runs");
+}
+
+void RandomDay::checkWhatIsPending(const DayComputer& computer) {
+  const auto atMostOne = [&](const char* kind, std::size_t count) {
+    if (count > 1) complain(fmt::format("{}: {} pending: {}", computer.name(), kind, count));
+  };
+  atMostOne("retries", computer.pendingRetries());
+  atMostOne("inactive releases", computer.pendingInactiveReleases());
+  atMostOne("auto-release timers", computer.pendingAutoReleaseTimers());
+  atMostOne("health checks", computer.pendingHealthChecks());
+}
+
+void RandomDay::checkSettled() {
   for (const auto& address : dayDevices()) {
     const auto claims = std::count_if(computers_.begin(), computers_.end(), [&](auto* computer) {
       if (!computer->isRunning() || computer->isAsleep()) return false;
@@ -169,16 +196,15 @@ void RandomDay::checkRest() {
     });
     if (claims > 1) complain("both computers believe that they have " + address);
   }
-  if (time_.pendingCount() > mostPending) complain(fmt::format("{} pieces of work are pending", time_.pendingCount()));
 }
 
-void RandomDay::checkTexts() {
+void RandomDay::checkRest() {
+  checkSettled();
   for (auto* computer : computers_) {
-    for (const auto& text : computer->statusTexts)
-      if (!isStatusText(text)) complain(computer->name() + " said \"" + text + "\"");
-    computer->statusTexts.clear();
-    if (computer->isRunning() && computer->manager().ownershipState() == DeviceOwnershipState::connecting)
-      complain(computer->name() + " is in a state that nothing sets");
+    if (computer->isAsleep() || !computer->isRunning()) continue;
+    const auto state = computer->manager().ownershipState();
+    if (state == DeviceOwnershipState::switchingToThisMac || state == DeviceOwnershipState::releasing)
+      complain(computer->name() + " is in the state of a flow that does not run");
   }
 }
 
@@ -189,6 +215,9 @@ void RandomDay::endTheDay() {
     computer->cable().cut(false);
     computer->letWorkersHang(false);
     computer->defaults().set(settings::autoConnect, true);
+  }
+  comeToRest();  // one may just be falling asleep
+  for (auto* computer : computers_) {
     if (computer->isAsleep()) computer->wake();
     if (!computer->isRunning()) computer->startProgram();
   }
@@ -203,7 +232,10 @@ void RandomDay::endTheDay() {
 }
 
 void RandomDay::advance(Seconds duration) {
-  time_.advance(duration);
+  for (auto left = duration; left > Seconds(0); left -= lookInterval) {
+    time_.advance(std::min(left, lookInterval));
+    checkAlways();
+  }
 }
 
 void RandomDay::note(const std::string& what) {

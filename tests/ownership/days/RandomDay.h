@@ -11,7 +11,8 @@
 namespace zolvex::test {
 
 /// A day of two computers on one desk, made of events that a seeded generator chooses: locks, unlocks, sleeps, wakes,
-/// clicks, restarts, faults. What happened is kept as text; what must never be is reported with it.
+/// clicks, restarts, faults. Events overlap; each second there is a look at what must hold at any time, and after each
+/// event that has settled at what must hold then. What must never be is reported with what came before it.
 class RandomDay {
  public:
   explicit RandomDay(std::uint32_t seed);
@@ -31,8 +32,12 @@ class RandomDay {
   void restart(DayComputer& computer);
 
   void comeToRest();
+  void checkAlways();
+  void checkSettled();
   void checkRest();
-  void checkTexts();
+  void checkWhatIsSaid(DayComputer& computer);
+  void checkWhatIsPending(const DayComputer& computer);
+  bool isSettled() { return studio_.isSettled() && laptop_.isSettled(); }
   void endTheDay();
   void advance(Seconds duration);
 

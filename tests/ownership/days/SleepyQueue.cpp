@@ -19,14 +19,20 @@ void SleepyQueue::async(std::function<void()> work) {
 }
 
 WorkItem SleepyQueue::after(Seconds delay, std::function<void()> work) {
-  const auto isCancelled = std::make_shared<bool>(false);
-  const auto unlessCancelled = [isCancelled, work = std::move(work)] {
-    if (!*isCancelled) work();
+  const auto isPending = std::make_shared<bool>(true);
+  const auto end = [pending = pending_, isPending, delay] {
+    if (!std::exchange(*isPending, false)) return false;
+    pending->erase(pending->find(delay));
+    return true;
+  };
+  pending_->insert(delay);
+  const auto unlessCancelled = [end, work = std::move(work)] {
+    if (end()) work();
   };
   const auto timer =
       std::make_shared<WorkItem>(time_.after(delay, [this, unlessCancelled] { whenAwake(unlessCancelled); }));
-  return WorkItem([isCancelled, timer] {
-    *isCancelled = true;
+  return WorkItem([end, timer] {
+    end();
     timer->cancel();
   });
 }
