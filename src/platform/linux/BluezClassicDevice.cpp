@@ -18,7 +18,10 @@ std::int32_t statusOf(const BluezAnswer& answer) {
 
 bool BluezClassicDevice::isConnected() {
   const auto device = adapter_.known(address_);
-  if (!device || !device->isConnected || !device->isPaired) return false;
+  if (!device || !device->isConnected || !device->isPaired) {
+    isInUse_.reset();  // the next link is another one
+    return false;
+  }
   path_ = device->path;
   // BlueZ calls a device connected as soon as there is a link, even one that is about to be given up: one of a pairing
   // or connection that has failed, or that hangs. Whether it is in use it says only in answer to this.

@@ -51,7 +51,7 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   const std::string address_;
   std::string path_;
   int refusedBonds_ = 0;
-  std::optional<bool> isInUse_;  ///< As far as is known; without a link it says nothing.
+  std::optional<bool> isInUse_;  ///< What is known of the link that was there at the last look or attempt.
 };
 
 }  // namespace zolvex

@@ -118,6 +118,21 @@ TEST_F(WorkerConnect, connectsAtTheThirdAttempt) {
             "Not in range yet\n" + attempts(2, -536870186) + "Attempt 3: openConnection=0, connected=true\n");
 }
 
+TEST_F(WorkerConnect, aDeviceThatComesByItselfBetweenTwoAttemptsIsConnected) {
+  bond(mouse);
+  inject(u"asleep"_s);
+  // The look at the device that follows the attempt is the last thing before the pause.
+  afterAnswer(u"Connect"_s, 1, [this] {
+    afterAnswer(u"GetManagedObjects"_s, 1, [this] {
+      radio.liftAll();
+      radio.openLink(laptop, radio.addressOf(mouse));
+    });
+  });
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 0);
+  EXPECT_EQ(result.output, "Not in range yet\n" + attempts(1, -536870212) + "Connected\n");
+}
+
 TEST_F(WorkerConnect, neverConnectsAfterFiveAttempts) {
   bond(mouse);
   inject(u"asleep"_s);
