@@ -29,6 +29,10 @@ void BluezService::setAsleep(bool asleep) {
   if (daemon_) daemon_->holdCalls(asleep);
 }
 
+void BluezService::holdCalls(bool hold) {
+  if (daemon_) daemon_->holdCalls(hold || isAsleep_);
+}
+
 bool BluezService::launch() {
   daemon_ = std::make_unique<BluezDaemon>(radio_, identity_, storage_, busAddress_);
   connect(daemon_.get(), &BluezDaemon::answered, this, &BluezService::answered);

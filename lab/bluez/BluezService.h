@@ -26,6 +26,9 @@ class BluezService : public QObject {
 
   const BluezIdentity& identity() const { return identity_; }
 
+  /// The daemon is busy: it answers calls only later, when this is ended.
+  void holdCalls(bool hold);
+
   /// From the next call on.
   void setLatency(BluezTiming::Duration latency) { identity_.timing.latency = latency; }
 

@@ -37,6 +37,7 @@ SdBusHandle BluezBus::openSystemBus() {
 
 BluezAnswer BluezBus::call(const SdBusMessage& message, Seconds limit) const {
   if (!message || sd_bus_is_ready(handle()) <= 0) return {.errorName = SD_BUS_ERROR_DISCONNECTED};
+  if (limit <= Seconds(0)) return {.errorName = SD_BUS_ERROR_TIMEOUT};
   sd_bus_error error{};  // SD_BUS_ERROR_NULL, which is C only
   sd_bus_message* reply = nullptr;
   const int result = sd_bus_call(handle(), message.get(), microseconds(limit), &error, &reply);
@@ -72,8 +73,8 @@ void BluezBus::setDeviceFlag(const std::string& path, const char* name, bool val
   call(message(path, propertiesInterface, "Set", "ssv", bluez::deviceInterface, name, "b", static_cast<int>(value)));
 }
 
-BluezObjects BluezBus::objects() const {
-  const auto answer = call(message("/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects"));
+BluezObjects BluezBus::objects(Seconds limit) const {
+  const auto answer = call(message("/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects"), limit);
   return BluezObjects::fromReply(answer.reply.get());
 }
 
@@ -89,15 +90,14 @@ std::string BluezBus::owner() const {
 
 bool BluezBus::waitUntil(const std::function<bool()>& isEnough, Seconds limit) const {
   const auto begin = Clock::now();
-  while (!isEnough()) {
+  for (;;) {
     const int handled = bus_ ? sd_bus_process(handle(), nullptr) : -ENOTCONN;
-    if (handled < 0) return false;
-    if (handled > 0) continue;
     const Seconds left = limit - (Clock::now() - begin);
-    if (left <= Seconds(0)) return false;
+    if (handled > 0 && left > Seconds(0)) continue;
+    if (isEnough()) return true;
+    if (handled < 0 || left <= Seconds(0)) return false;
     sd_bus_wait(handle(), microseconds(left));
   }
-  return true;
 }
 
 SdBusMessage BluezBus::newCall(const char* service, const char* path, const char* interface, const char* member) const {

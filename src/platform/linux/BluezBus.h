@@ -43,7 +43,7 @@ class BluezBus {
     return call;
   }
 
-  /// Handles nothing else meanwhile.
+  /// Handles nothing else meanwhile. Without any time left it is not made.
   BluezAnswer call(const SdBusMessage& message, Seconds limit = quickCallLimit) const;
 
   /// Handles what arrives meanwhile, so that announcements are heard and BlueZ can ask us back. It also ends, without
@@ -58,12 +58,13 @@ class BluezBus {
   void setDeviceFlag(const std::string& path, const char* name, bool value) const;
 
   /// Empty when BlueZ cannot say.
-  BluezObjects objects() const;
+  BluezObjects objects(Seconds limit = quickCallLimit) const;
 
   /// The unique bus name behind the name of BlueZ; empty when there is none.
   std::string owner() const;
 
-  /// Handles what arrives until `isEnough` holds, or until `limit` has passed, or until the bus is gone. Whether it
+  /// Handles what arrives until `isEnough` holds, or until `limit` has passed, or until the bus is gone. It looks
+  /// whenever all that has arrived is handled, so that many announcements at once are one reason to look. Whether it
   /// holds.
   bool waitUntil(const std::function<bool()>& isEnough, Seconds limit) const;
 

@@ -64,11 +64,12 @@ std::optional<BluezDevice> BluezClassicAdapter::discover(const std::string& adap
 
 std::optional<BluezDevice> BluezClassicAdapter::awaitArrival(BluezWatch& watch, const std::string& adapterPath,
                                                              const std::string& address, Deadline deadline) const {
+  const auto left = [&] { return Seconds(deadline - Clock::now()); };
   const auto hasNews = [&] { return watch.isOver() || watch.takeArrival(); };
   do {
-    const auto objects = bus_.objects();
+    const auto objects = bus_.objects(std::min(left(), BluezBus::quickCallLimit));
     if (const auto* device = objects.deviceWithAddress(adapterPath, address)) return *device;
-  } while (bus_.waitUntil(hasNews, deadline - Clock::now()) && !watch.isOver());
+  } while (bus_.waitUntil(hasNews, left()) && !watch.isOver() && left() > Seconds(0));
   return std::nullopt;
 }
 

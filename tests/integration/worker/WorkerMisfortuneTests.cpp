@@ -80,6 +80,29 @@ TEST_F(WorkerMisfortune, aBusThatDiesDuringTheDiscoveryEndsIt) {
   EXPECT_LT(result.milliseconds, 5'000);
 }
 
+// Each stranger is an announcement, and a look at all that BlueZ knows takes as long as BlueZ likes.
+TEST_F(WorkerMisfortune, aCrowdOfStrangersDoesNotProlongTheDiscovery) {
+  inject(u"out-of-range:Magic Mouse"_s);
+  constexpr int strangers = 60;
+  constexpr std::chrono::milliseconds untilAnswer{300};
+  afterAnswer(u"StartDiscovery"_s, 1, [this] {
+    for (int i = 0; i < strangers; ++i)
+      radio.addDevice({.address = u"02:5A:00:00:02:%1"_s.arg(i, 2, 10, QLatin1Char('0')), .name = u"Stranger"_s});
+  });
+  bluez->holdCalls(true);
+  QTimer daemon;
+  QObject::connect(&daemon, &QTimer::timeout, bluez.get(), [this] {
+    bluez->holdCalls(false);
+    bluez->holdCalls(true);
+  });
+  daemon.start(untilAnswer);
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 66);
+  EXPECT_EQ(answered.count(u"StartDiscovery"_s), 1);
+  EXPECT_LT(answered.count(u"GetManagedObjects"_s), strangers / 2);
+  EXPECT_LT(result.milliseconds, 10'000);
+}
+
 TEST_F(WorkerMisfortune, aBusThatDiesDuringThePairingEndsEveryAttemptAtOnce) {
   inject(u"hangs-on-pair"_s);
   afterAnswer(u"RegisterAgent"_s, 1, [this] { bus.stop(); });
