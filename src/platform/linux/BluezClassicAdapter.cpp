@@ -82,7 +82,7 @@ bool BluezClassicAdapter::remove(const std::string& address) const {
 }
 
 bool BluezClassicAdapter::removeObject(const BluezDevice& device) const {
-  const BluezWatch watch(bus_);
+  BluezWatch watch(bus_);
   const auto call = bus_.message(device.adapterPath, bluez::adapterInterface, "RemoveDevice", "o", device.path.c_str());
   const auto answer =
       bus_.callWithEvents(call, removalLimit, [&] { return watch.wasRemoved(device.path) || watch.isOver(); });

@@ -24,7 +24,7 @@ BluezAnswer BluezPairing::pairOffering(BluezPairingAgent::Capability capability,
   // Without an agent of ours BlueZ would ask another program's. When it says that there is one already, it is ours: of
   // the same connection, at the same place. That says nothing about the bond.
   if (auto answer = agent.registerAtDaemon(); !answer.isSuccess() && !answer.isAlreadyExists()) return answer;
-  const BluezWatch watch(bus_);
+  BluezWatch watch(bus_);
   const auto call = bus_.message(device.path, bluez::deviceInterface, "Pair");
   // When the adapter goes, the device goes with it, and nobody answers any more.
   return bus_.callWithEvents(call, pairLimit, [&] { return watch.wasRemoved(device.path); });

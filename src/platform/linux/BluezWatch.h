@@ -10,7 +10,8 @@
 namespace zolvex {
 
 /// Notes what BlueZ announces while it lives: for one operation that has to see an announcement which may come before
-/// the answer to its call. It hears only while the bus handles events. One thread.
+/// the answer to its call. It hears only while the bus handles events. What it hears changes it, so it is never a
+/// const object. One thread.
 class BluezWatch {
  public:
   explicit BluezWatch(const BluezBus& bus);
