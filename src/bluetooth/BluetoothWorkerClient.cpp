@@ -39,8 +39,8 @@ BluetoothWorkerResult BluetoothWorkerClient::run(BluetoothWorkerCommand command,
                                                  Seconds timeout) const {
   const auto worker = start(command);
   if (!worker) return BluetoothWorkerResult::failed(workerStatus::encodingFailed);
-  worker->writeInput(address, timeout);
-  if (!endsInTime(*worker, command, timeout)) return BluetoothWorkerResult::timedOut();
+  const auto left = worker->writeInput(address, timeout);
+  if (!endsInTime(*worker, command, left)) return BluetoothWorkerResult::timedOut();
 
   const auto output = textOf(worker->readOutput());
   const auto error = textOf(worker->readError());

@@ -17,8 +17,8 @@ class ChildProcess {
   virtual ~ChildProcess() = default;
 
   /// Writes `bytes` to the child's standard input and closes it, waiting at most `limit` for a child that does not
-  /// read. What an ended child did not take is dropped.
-  virtual void writeInput(std::string_view bytes, Seconds limit) = 0;
+  /// read. What an ended child did not take is dropped. Returns how much of `limit` is left.
+  virtual Seconds writeInput(std::string_view bytes, Seconds limit) = 0;
 
   /// Blocks until the child has ended or `limit` has passed; true when it has ended.
   virtual bool waitForExit(Seconds limit) = 0;

@@ -81,6 +81,20 @@ TEST_F(BluetoothWorkerClientTest, aHangingWorkerIsTerminatedAtTheTimeOut) {
   EXPECT_EQ(workers.events, (std::vector<std::string>{"0.00 start connect", "0.00 input AA-BB", "12.00 terminate"}));
 }
 
+TEST_F(BluetoothWorkerClientTest, whatTheWorkerTakesToReadCountsAgainstItsTime) {
+  log.expectError("Bluetooth worker timed out during connect");
+  workers.set("connect", "AA-BB", {.readsAfter = 5s, .hangs = true});
+  EXPECT_EQ(run(connect), BluetoothWorkerResult::timedOut());
+  EXPECT_EQ(workers.events.back(), "12.00 terminate");
+}
+
+TEST_F(BluetoothWorkerClientTest, aWorkerThatNeverReadsIsTerminatedAtTheTimeOut) {
+  log.expectError("Bluetooth worker timed out during connect");
+  workers.set("connect", "AA-BB", {.readsAfter = 1min, .hangs = true});
+  EXPECT_EQ(run(connect), BluetoothWorkerResult::timedOut());
+  EXPECT_EQ(workers.events.back(), "12.00 terminate");
+}
+
 TEST_F(BluetoothWorkerClientTest, aWorkerThatIgnoresTheRequestIsKilledOneSecondLater) {
   log.expectError("Bluetooth worker timed out during connect");
   workers.set("connect", "AA-BB", {.hangs = true, .ignoresTerminate = true});

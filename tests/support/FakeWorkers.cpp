@@ -2,6 +2,8 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
+
 namespace zolvex::test {
 
 class FakeWorkers::Child final : public ChildProcess {
@@ -9,10 +11,13 @@ class FakeWorkers::Child final : public ChildProcess {
   Child(FakeWorkers& workers, std::string command)
       : workers_(workers), command_(std::move(command)), behaviour_(workers.behaviours_[{command_, ""}]) {}
 
-  void writeInput(std::string_view bytes, Seconds) override {
+  Seconds writeInput(std::string_view bytes, Seconds limit) override {
     workers_.note("input " + std::string(bytes));
     workers_.runs.push_back(command_ + " " + std::string(bytes));
     behaviour_ = workers_.behaviours_[{command_, std::string(bytes)}];
+    const auto waited = std::min(behaviour_.readsAfter, limit);
+    spend(waited);
+    return limit - waited;
   }
 
   bool waitForExit(Seconds limit) override {
@@ -20,8 +25,7 @@ class FakeWorkers::Child final : public ChildProcess {
     const auto left = behaviour_.duration - ran_;
     hasEnded_ = !behaviour_.hangs && left <= limit;
     const auto waited = hasEnded_ ? left : limit;
-    ran_ += waited;
-    workers_.time_.spend(waited);
+    spend(waited);
     return hasEnded_;
   }
 
@@ -40,6 +44,11 @@ class FakeWorkers::Child final : public ChildProcess {
   std::string readError() override { return std::exchange(behaviour_.error, {}); }
 
  private:
+  void spend(Seconds duration) {
+    ran_ += duration;
+    workers_.time_.spend(duration);
+  }
+
   FakeWorkers& workers_;
   std::string command_;
   Behaviour behaviour_;

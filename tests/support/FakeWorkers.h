@@ -19,7 +19,8 @@ class FakeWorkers final : public ProcessLauncher {
     int exitStatus = 0;
     std::string output = {};
     std::string error = {};
-    Seconds duration{0};  ///< Of the run, when nobody stops it.
+    Seconds readsAfter{0};  ///< When it has taken its input.
+    Seconds duration{0};    ///< Of the run, when nobody stops it.
     bool hangs = false;
     bool ignoresTerminate = false;
     bool ignoresKill = false;

@@ -1,5 +1,6 @@
 #include "platform/linux/PosixChildProcess.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
@@ -59,22 +60,24 @@ std::string takeAll(const FileDescriptor& pipe) {
 PosixChildProcess::PosixChildProcess(std::shared_ptr<SpawnedProcess> process, ChildPipes pipes)
     : process_(std::move(process)), pipes_(std::move(pipes)) {}
 
-void PosixChildProcess::writeInput(std::string_view bytes, Seconds limit) {
+Seconds PosixChildProcess::writeInput(std::string_view bytes, Seconds limit) {
   const SigpipeShield shield;
   const auto begin = Clock::now();
+  const auto left = [&] { return std::max(Seconds(limit - (Clock::now() - begin)), Seconds(0)); };
   while (!bytes.empty()) {
     const auto count = ::write(pipes_.input.get(), bytes.data(), bytes.size());
     if (count >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
     } else if (errno == EAGAIN) {
-      const Seconds left = limit - (Clock::now() - begin);
-      if (left <= Seconds(0) || process_->reap()) break;
-      process_->waitToWrite(pipes_.input.get(), left);
+      const auto patience = left();
+      if (patience == Seconds(0) || process_->reap()) break;
+      process_->waitToWrite(pipes_.input.get(), patience);
     } else if (errno != EINTR) {
       break;
     }
   }
   pipes_.input.close();
+  return left();
 }
 
 void PosixChildProcess::terminate() {

@@ -20,7 +20,7 @@ class PosixChildProcess final : public ChildProcess {
  public:
   PosixChildProcess(std::shared_ptr<SpawnedProcess> process, ChildPipes pipes);
 
-  void writeInput(std::string_view bytes, Seconds limit) override;
+  Seconds writeInput(std::string_view bytes, Seconds limit) override;
   bool waitForExit(Seconds limit) override { return process_->waitForExit(limit); }
   void terminate() override;
   void kill() override;

@@ -18,7 +18,10 @@ class DayComputer::Worker final : public ChildProcess {
     ++computer_.workersLeft_;
   }
 
-  void writeInput(std::string_view bytes, Seconds) override { address_ = bytes; }
+  Seconds writeInput(std::string_view bytes, Seconds limit) override {
+    address_ = bytes;
+    return limit;
+  }
   bool waitForExit(Seconds limit) override {
     if (hasEnded_) return true;
     const bool ends = !computer_.workersHang_ && left_ <= limit;

@@ -65,7 +65,7 @@ TEST_P(PosixProcessLauncherTest, keepsOutputAndErrorApart) {
 
 TEST_P(PosixProcessLauncherTest, theChildReadsItsInputToItsEnd) {
   const auto child = start("read");
-  child->writeInput("AA-BB-CC-DD-EE-FF", ample);
+  EXPECT_GT(child->writeInput("AA-BB-CC-DD-EE-FF", ample), Seconds(0));
   ASSERT_TRUE(child->waitForExit(ample));
   EXPECT_EQ(child->readOutput(), "AA-BB-CC-DD-EE-FF");
 }
@@ -94,7 +94,7 @@ TEST_P(PosixProcessLauncherTest, aChildThatEndsWhileItIsWrittenToDoesNotHarmUs) 
 TEST_P(PosixProcessLauncherTest, writingToAChildThatNeverReadsEndsAtTheLimit) {
   const auto child = start("sleep 60");
   const auto begin = std::chrono::steady_clock::now();
-  child->writeInput(std::string(1 << 20, 'y'), Seconds(0.1));
+  EXPECT_EQ(child->writeInput(std::string(1 << 20, 'y'), Seconds(0.1)), Seconds(0));
   EXPECT_GE(std::chrono::steady_clock::now() - begin, Seconds(0.1));
   child->kill();
   EXPECT_TRUE(child->waitForExit(ample));
