@@ -74,7 +74,10 @@ SharedObjects::SharedObjects(UserInterfacePlugin* windows)
 
 SharedObjects::~SharedObjects() {
   hotKey_.stop();
-  // First the workers, whom the queues would wait for; then the queues, before what their work uses.
+  // First the work that waits, which would begin as soon as a worker has ended; then the workers, whom the queues would
+  // wait for; then the queues, before what their work uses.
+  bluetoothQueue_.refuseWork();
+  scanQueue_.refuseWork();
   launcher_.stop();
   bluetoothQueue_.stop();
   scanQueue_.stop();

@@ -30,7 +30,7 @@ void ThreadQueue::async(std::function<void()> work) {
   wake_.notify_one();
 }
 
-void ThreadQueue::stop() {
+void ThreadQueue::refuseWork() {
   std::deque<std::function<void()>> dropped;
   {
     const std::lock_guard lock(mutex_);
@@ -39,6 +39,10 @@ void ThreadQueue::stop() {
     wake_.notify_one();
   }
   dropped.clear();  // outside the lock: what the work holds may run code when it goes
+}
+
+void ThreadQueue::stop() {
+  refuseWork();
   if (thread_.joinable()) thread_.join();
 }
 

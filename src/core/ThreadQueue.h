@@ -20,7 +20,10 @@ class ThreadQueue final : public SerialQueue {
 
   void async(std::function<void()> work) override;
 
-  /// Drops the work that has not begun and waits for the piece that has; later work is dropped at once. Idempotent.
+  /// Drops the work that has not begun, and later work at once. Does not wait for the piece that has. Idempotent.
+  void refuseWork();
+
+  /// Refuses work and waits for the piece that has begun. Idempotent.
   void stop();
 
  private:

@@ -241,6 +241,21 @@ TEST_F(ApplicationTest, endsQuicklyWhileAWorkerHangs) {
   }));
 }
 
+TEST_F(ApplicationTest, endsSilentlyInTheMiddleOfASwitch) {
+  computer.writeSettings(
+      R"({"managedDeviceAddresses": ["AA-BB-CC-DD-EE-01", "AA-BB-CC-DD-EE-02", "AA-BB-CC-DD-EE-03"]})");
+  ASSERT_TRUE(computer.sessionBus.start());
+  ASSERT_TRUE(computer.systemBus.start());
+  ScriptedService bluez(computer.systemBus.address(), u"org.bluez"_s,
+                        [](const QDBusMessage&) { return QDBusMessage(); });
+  ASSERT_TRUE(computer.startOnBus());
+  EXPECT_EQ(computer.control({u"switch"_s}).exitStatus(), 0);
+  ASSERT_TRUE(runUntil([&] { return !bluez.calls().empty(); }));
+  EXPECT_EQ(computer.end(), 0);
+  const auto last = log().substr(log().rfind("ending on"));
+  EXPECT_EQ(last.find('\n'), last.size() - 1) << last;
+}
+
 TEST_F(ApplicationTest, endsWithoutReleasingTheDevices) {
   computer.writeSettings(R"({"managedDeviceAddresses": ["AA-BB-CC-DD-EE-01"], "autoConnect": false})");
   ASSERT_TRUE(computer.sessionBus.start());

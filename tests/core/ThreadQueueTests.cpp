@@ -45,6 +45,27 @@ TEST(ThreadQueue, stoppingFinishesTheRunningPieceAndDropsTheOthers) {
   EXPECT_FALSE(secondRan);
 }
 
+TEST(ThreadQueue, refusesWorkWithoutWaitingForTheRunningPiece) {
+  ThreadQueue queue("com.zolvex.test");
+  std::promise<void> begun;
+  std::promise<void> mayEnd;
+  bool firstFinished = false;
+  bool otherRan = false;
+  queue.async([&] {
+    begun.set_value();
+    mayEnd.get_future().wait();
+    firstFinished = true;
+  });
+  queue.async([&] { otherRan = true; });
+  begun.get_future().wait();
+  queue.refuseWork();
+  queue.async([&] { otherRan = true; });
+  mayEnd.set_value();
+  queue.stop();
+  EXPECT_TRUE(firstFinished);
+  EXPECT_FALSE(otherRan);
+}
+
 TEST(ThreadQueue, workAfterStoppingIsDropped) {
   ThreadQueue queue("com.zolvex.test");
   queue.stop();
