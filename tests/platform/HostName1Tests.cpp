@@ -29,6 +29,12 @@ struct HostName1Test : testing::Test {
     link.start();
     ASSERT_TRUE(runUntil([&] { return link.isConnected(); }));
   }
+
+  /// Until the bus has answered all that was asked so far.
+  void awaitAnswers() {
+    link.connection().call(
+        QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/"_s, u"org.freedesktop.DBus.Peer"_s, u"Ping"_s));
+  }
   void announceChange() {
     auto signal = QDBusMessage::createSignal(u"/org/freedesktop/hostname1"_s, u"org.freedesktop.DBus.Properties"_s,
                                              u"PropertiesChanged"_s);
@@ -67,6 +73,23 @@ TEST_F(HostName1Test, followsAChange) {
   announceChange();
   EXPECT_TRUE(becomes("Studio"));
   EXPECT_EQ(changes, 2);
+}
+
+TEST_F(HostName1Test, asksAServiceThatComesLater) {
+  connectLink();
+  awaitAnswers();
+  serve();
+  EXPECT_TRUE(becomes("Anna\u2019s Laptop"));
+}
+
+TEST_F(HostName1Test, asksAServiceThatComesBack) {
+  serve();
+  connectLink();
+  ASSERT_TRUE(becomes("Anna\u2019s Laptop"));
+  service.reset();
+  prettyName = u"Studio"_s;
+  serve();
+  EXPECT_TRUE(becomes("Studio"));
 }
 
 TEST_F(HostName1Test, aBlankPrettyNameIsNone) {

@@ -22,6 +22,8 @@ namespace {
 constexpr auto service = "org.freedesktop.hostname1"_L1;
 constexpr auto path = "/org/freedesktop/hostname1"_L1;
 constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties"_L1;
+constexpr auto busService = "org.freedesktop.DBus"_L1;
+constexpr auto busPath = "/org/freedesktop/DBus"_L1;
 
 }  // namespace
 
@@ -39,7 +41,14 @@ std::optional<std::string> HostName1::name() const {
 void HostName1::busArrived() {
   // From any sender: naming the service would make a blocking call, and the signal only makes us ask again.
   systemBus_.connection().connect(QString(), path, propertiesInterface, u"PropertiesChanged"_s, this, SLOT(ask()));
+  systemBus_.connection().connect(QString(), busPath, busService, u"NameOwnerChanged"_s, {QString(service)}, QString(),
+                                  this, SLOT(ownerChanged(QString, QString, QString)));
   ask();
+}
+
+// A service that ends, as this one does when nobody needs it, is left in peace: to ask would start it again.
+void HostName1::ownerChanged(const QString& name, const QString&, const QString& now) {
+  if (name == service && !now.isEmpty()) ask();
 }
 
 void HostName1::ask() {

@@ -11,8 +11,8 @@ namespace zolvex {
 
 class BusLink;
 
-/// The names of this computer: the pretty one from org.freedesktop.hostname1, asked for when the system bus comes and
-/// whenever it changes, remembered in between; the plain one from the kernel. Main thread.
+/// The names of this computer: the pretty one from org.freedesktop.hostname1, asked for when the system bus or the
+/// service comes and whenever the name changes, remembered in between; the plain one from the kernel. Main thread.
 class HostName1 final : public QObject, public LocalHostName {
   Q_OBJECT
 
@@ -29,6 +29,7 @@ class HostName1 final : public QObject, public LocalHostName {
 
  private Q_SLOTS:
   void ask();
+  void ownerChanged(const QString& name, const QString& before, const QString& now);
 
  private:
   BusLink& systemBus_;
