@@ -24,7 +24,8 @@ bool BluezClassicDevice::isConnected() {
   }
   path_ = device->path;
   // BlueZ calls a device connected as soon as there is a link, even one that is about to be given up: one of a pairing
-  // or connection that has failed, or that hangs. Whether it is in use it says only in answer to this.
+  // or connection that has failed, or that hangs. Whether it is in use it says only in answer to this: ServicesResolved
+  // comes true with a pairing already, when nothing uses the services yet.
   if (!isInUse_) isInUse_ = statusOf(bus_.call(connectCall(), useCheckLimit)) == ioReturn::success;
   return *isInUse_;
 }
