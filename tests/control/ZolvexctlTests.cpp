@@ -295,6 +295,20 @@ TEST_F(ZolvexctlTest, watchShowsWhatIsDecidedAndWhy) {
                   "\"Screen lock: inactive release skipped by auto-release settings\"}}\n"));
 }
 
+TEST_F(ZolvexctlTest, watchShowsLongLinesToTheirEnd) {
+  world.enableAutoConnect();
+  world.haveConnected(2);
+  auto lines = start({u"watch"_s});
+  ASSERT_TRUE(lines.prints("Devices:"));
+  world.session.happens(SessionEvent::screenUnlocked);
+  EXPECT_TRUE(runUntil([&] {
+    world.advance(Seconds(0.05));
+    return lines.output().find(
+               " DeviceManager: Screen unlock: auto-connect skipped because devices are already "
+               "connected\n") != std::string::npos;
+  }));
+}
+
 TEST_F(ZolvexctlTest, watchEndsWithZolvex) {
   auto program = start({u"watch"_s});
   ASSERT_TRUE(program.prints("Devices:"));

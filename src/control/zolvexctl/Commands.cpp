@@ -6,7 +6,6 @@
 #include "control/zolvexctl/FlowWait.h"
 #include "control/zolvexctl/Report.h"
 #include "control/zolvexctl/SettingValue.h"
-#include "core/Text.h"
 
 #include <QCoreApplication>
 #include <QDBusVariant>
@@ -90,8 +89,7 @@ int Commands::flow() {
   if (const auto* failure = std::get_if<Failure>(&state)) return fail(*failure);
   const auto& values = std::get<QVariantMap>(state);
   if (!values[u"IsSwitching"_s].toBool()) return outcome(values);
-  print(invocation_.json ? report::statusJson(values)
-                         : escapedForLog(values[u"LastResult"_s].toString().toStdString()) + "\n");
+  print(invocation_.json ? report::statusJson(values) : report::shown(values[u"LastResult"_s].toString()) + "\n");
   return exitStatus::done;
 }
 
@@ -103,7 +101,7 @@ ZolvexClient::Result Commands::startFlow() {
 
 int Commands::waitForFlow() {
   FlowWait flow(client_, [this](const QString& text) {
-    if (!invocation_.json) print(escapedForLog(text.toStdString()) + "\n");
+    if (!invocation_.json) print(report::shown(text) + "\n");
   });
   const auto started = startFlow();
   if (const auto* failure = std::get_if<Failure>(&started)) return fail(*failure);
@@ -122,7 +120,7 @@ int Commands::waitForFlow() {
 
 int Commands::outcome(const QVariantMap& state) const {
   const auto ownership = state[u"OwnershipState"_s].toString();
-  const auto result = escapedForLog(state[u"LastResult"_s].toString().toStdString());
+  const auto result = report::shown(state[u"LastResult"_s].toString());
   print(invocation_.json ? report::statusJson(state) : fmt::format("{}: {}\n", ownership.toStdString(), result));
   if (isGoalReached(ownership) && state[u"LastResult"_s] != cancelled) return exitStatus::done;
   if (ownership == "unknown"_L1)

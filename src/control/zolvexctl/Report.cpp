@@ -18,10 +18,6 @@ namespace zolvex::control::report {
 
 namespace {
 
-std::string shown(const QString& text) {
-  return escapedForLog(text.toStdString());
-}
-
 std::string timeNow() {
   return QTime::currentTime().toString(u"HH:mm:ss.zzz"_s).toStdString();
 }
@@ -103,6 +99,11 @@ PairedRows sorted(const QVariant& devices) {
 }
 
 }  // namespace
+
+std::string shown(const QString& text) {
+  const auto bytes = text.toStdString();
+  return escapedForLog(bytes, bytes.size());
+}
 
 std::string status(const QVariantMap& state) {
   auto text = fmt::format("State:      {}\n", shown(state[u"OwnershipState"_s].toString()));

@@ -11,6 +11,9 @@ namespace zolvex::control {
 /// a terminal.
 namespace report {
 
+/// One text, and all of it: the reason often comes last.
+std::string shown(const QString& text);
+
 std::string status(const QVariantMap& state);
 std::string statusJson(const QVariantMap& state);
 
