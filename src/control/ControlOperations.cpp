@@ -1,5 +1,6 @@
 #include "control/ControlOperations.h"
 
+#include "control/UnsavedChange.h"
 #include "core/Text.h"
 
 #include <algorithm>
@@ -57,7 +58,7 @@ void ControlOperations::manageDevices(std::vector<std::string> addresses, Done d
     if (auto refusal = refusalOfSetup(true)) return done(refusal);  // the peer may have been removed meanwhile
     if (auto refusal = selection_.save(addresses, paired)) return done(refusal);
     use_.deviceManager.devicesConfigured();
-    done(std::nullopt);
+    done(unsavedChange(use_.defaults));
   });
 }
 
@@ -70,7 +71,7 @@ Refusal ControlOperations::refusalOfSetup(bool anySelected) const {
 
 Refusal ControlOperations::registerPeer(const std::string& id) {
   const auto* registered = use_.networkStore.registeredPeer();
-  if (registered && uppercased(registered->id) == uppercased(id)) return std::nullopt;
+  if (registered && uppercased(registered->id) == uppercased(id)) return savePeerAgain();
   const auto& discovered = use_.networkStore.discoveredNetworkDevices();
   const auto found = std::find_if(discovered.begin(), discovered.end(), [wanted = uppercased(id)](const auto& device) {
     return uppercased(device.id) == wanted;
@@ -78,13 +79,19 @@ Refusal ControlOperations::registerPeer(const std::string& id) {
   if (found == discovered.end())
     return ControlError{error::unknownPeer, "No computer with the ID " + escapedForLog(id) + " is to be seen."};
   use_.networkStore.registerPeer(*found);
-  return std::nullopt;
+  return unsavedChange(use_.defaults);
+}
+
+/// It is the peer already, and is as good as added once that is saved, too.
+Refusal ControlOperations::savePeerAgain() {
+  if (use_.defaults.persistenceProblem()) use_.networkStore.registerPeer(*use_.networkStore.registeredPeer());
+  return unsavedChange(use_.defaults);
 }
 
 Refusal ControlOperations::removePeer() {
   if (!use_.networkStore.registeredPeer()) return ControlError{error::noPeer, "No peer added"};
   use_.networkStore.removePeer();
-  return std::nullopt;
+  return unsavedChange(use_.defaults);
 }
 
 }  // namespace zolvex::control

@@ -47,14 +47,18 @@ class ControlOperations {
   Refusal show();
 
   void pairedDevices(PairedDeviceScan::Answer answer) { scan_.list(std::move(answer)); }
+
+  /// These change what is saved. A change that is in effect but cannot be saved is an error, too, as its text says.
   void manageDevices(std::vector<std::string> addresses, Done done);
   Refusal registerPeer(const std::string& id);
   Refusal removePeer();
+
   ControlSettings& settings() { return settings_; }
 
  private:
   Refusal refusalWhileSwitching() const;
   Refusal refusalOfSetup(bool anySelected) const;
+  Refusal savePeerAgain();
 
   Controlled use_;
   ControlSettings settings_;

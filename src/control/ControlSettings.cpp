@@ -1,5 +1,6 @@
 #include "control/ControlSettings.h"
 
+#include "control/UnsavedChange.h"
 #include "core/SettingsKeys.h"
 
 #include <algorithm>
@@ -59,9 +60,7 @@ QVariantMap ControlSettings::all() const {
 
 Refusal ControlSettings::set(const std::string& key, const QVariant& value) {
   if (auto refusal = change(key, value)) return refusal;
-  if (const auto problem = defaults_.persistenceProblem())
-    return ControlError{error::failed, "The change counts until Zolvex ends, it cannot be saved: " + *problem};
-  return std::nullopt;
+  return unsavedChange(defaults_);
 }
 
 Refusal ControlSettings::change(const std::string& key, const QVariant& value) {

@@ -11,6 +11,8 @@ namespace {
 namespace error = control::error;
 using control::Refusal;
 
+constexpr auto notSaved = "The change counts until Zolvex ends, it cannot be saved: no space";
+
 struct ControlOperationsTest : testing::Test {
   void pair(const std::vector<PairedDevicePayload>& devices) {
     world.workers.set("listPaired", "", {.output = encodePairedDevices(devices).value_or("")});
@@ -149,6 +151,38 @@ TEST_F(ControlOperationsTest, onlyAFoundComputerBecomesThePeer) {
   EXPECT_EQ(operations.registerPeer("def456"), std::nullopt);
   EXPECT_EQ(world.network().registeredPeer()->id, "DEF456");
   EXPECT_EQ(operations.registerPeer("def456"), std::nullopt);  // no longer among those to choose from
+}
+
+TEST_F(ControlOperationsTest, aChoiceOfDevicesThatCannotBeSavedCountsAndIsAnError) {
+  pair({{"B1", "Magic Mouse", true}});
+  world.defaults.problem = "no space";
+  EXPECT_EQ(manageError({"B1"}), notSaved);
+  ASSERT_EQ(world.store().peripherals().size(), 1u);
+  EXPECT_EQ(world.store().peripherals()[0].name, "Magic Mouse");
+  EXPECT_EQ(world.manager().lastResult(), "Not connected");
+}
+
+TEST_F(ControlOperationsTest, aPeerThatCannotBeSavedCountsAndIsAnError) {
+  auto found = peerRecord(world.time.now());
+  found.id = "DEF456";
+  world.peer.discover(found);
+  world.defaults.problem = "no space";
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const auto refusal = operations.registerPeer("def456");
+    ASSERT_TRUE(refusal.has_value());
+    EXPECT_EQ(refusal->text, notSaved);
+    EXPECT_EQ(world.network().registeredPeer()->id, "DEF456");
+  }
+  const auto refusal = operations.removePeer();
+  ASSERT_TRUE(refusal.has_value());
+  EXPECT_EQ(refusal->text, notSaved);
+  EXPECT_EQ(world.network().registeredPeer(), nullptr);
+}
+
+TEST_F(ControlOperationsTest, addingAPeerAgainSavesWhatWasNotSaved) {
+  world.defaults.problem = "no space";
+  const auto written = world.defaults.changed.observe([&] { world.defaults.problem = std::nullopt; });
+  EXPECT_EQ(operations.registerPeer("abc123"), std::nullopt);
 }
 
 TEST_F(ControlOperationsTest, removesThePeerOnce) {

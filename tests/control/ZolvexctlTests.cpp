@@ -246,6 +246,23 @@ TEST_F(ZolvexctlTest, peersAreAddedAndRemoved) {
   EXPECT_TRUE(json()[u"registeredPeers"_s].toArray().isEmpty());
 }
 
+TEST_F(ZolvexctlTest, whatCannotBeSavedIsNoSuccess) {
+  auto found = peerRecord(world.time.now());
+  found.id = "DEF456";
+  world.peer.discover(found);
+  world.defaults.problem = "it is read-only";
+  const std::vector<QStringList> changes{{u"add-peer"_s, u"DEF456"_s},
+                                         {u"manage"_s, u"B2"_s},
+                                         {u"remove-peer"_s},
+                                         {u"transport"_s, u"bluetooth"_s},
+                                         {u"settings"_s, u"autoConnect"_s, u"off"_s}};
+  for (const auto& change : changes) {
+    EXPECT_EQ(run(change), 1) << change.join(u' ').toStdString();
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errors, "zolvexctl: The change counts until Zolvex ends, it cannot be saved: it is read-only\n");
+  }
+}
+
 TEST_F(ZolvexctlTest, theTransportIsOneOfTwo) {
   EXPECT_EQ(run({u"transport"_s, u"bluetooth"_s}), 0);
   EXPECT_EQ(world.network().transportMode(), "bluetooth");
