@@ -284,12 +284,26 @@ TEST_F(ZolvexctlTest, settingsAreShownAndChanged) {
   EXPECT_EQ(json().size(), 6);
 }
 
+TEST_F(ZolvexctlTest, aChangeSpeaksJson) {
+  EXPECT_EQ(run({u"settings"_s, u"autoRelease"_s, u"off"_s, u"--json"_s}), 0);
+  EXPECT_EQ(output, "false\n");
+  EXPECT_EQ(run({u"settings"_s, u"transportMode"_s, u"bluetooth"_s, u"--json"_s}), 0);
+  EXPECT_EQ(output, "\"bluetooth\"\n");
+  EXPECT_EQ(run({u"settings"_s, u"autoReleaseHours"_s, u"8 hours"_s, u"--json"_s}), 0);
+  EXPECT_EQ(output, "8\n");
+}
+
 TEST_F(ZolvexctlTest, badSettingsAreExplained) {
-  EXPECT_EQ(run({u"settings"_s, u"nothing"_s}), 1);
+  EXPECT_EQ(run({u"settings"_s, u"nothing"_s}), 2);
   EXPECT_EQ(errors, "zolvexctl: There is no setting of that name. See: zolvexctl settings\n");
-  EXPECT_EQ(run({u"settings"_s, u"autoRelease"_s, u"maybe"_s}), 1);
+  EXPECT_EQ(run({u"settings"_s, u"nothing"_s, u"on"_s}), 2);
+  EXPECT_EQ(errors, "zolvexctl: There is no setting of that name.\n");
+  EXPECT_EQ(run({u"settings"_s, u"transportMode"_s, u"pigeon"_s, u"--json"_s}), 2);
+  EXPECT_EQ(output, "");
+  EXPECT_EQ(errors, "zolvexctl: The transport is either bluetooth or bonjour.\n");
+  EXPECT_EQ(run({u"settings"_s, u"autoRelease"_s, u"maybe"_s}), 2);
   EXPECT_EQ(errors, "zolvexctl: autoRelease takes true or false.\n");
-  EXPECT_EQ(run({u"settings"_s, u"networkDevices"_s, u"[]"_s}), 1);
+  EXPECT_EQ(run({u"settings"_s, u"networkDevices"_s, u"[]"_s}), 2);
   EXPECT_EQ(errors, "zolvexctl: networkDevices is not set directly. Choose the peer with: zolvexctl add-peer ID\n");
 }
 

@@ -35,7 +35,7 @@ constexpr std::array commands{
     CommandDescription{"settings", "[KEY [VALUE]]", 0, 2, "j", "Show the settings, or one, or change one",
                        "Keys: autoConnect, autoRelease, globalHotkeyEnabled, launchAtLogin (true or false);\n"
                        "autoReleaseHours (1/60, 5/60, 1, 8, or -1 for when locked); transportMode (bluetooth or\n"
-                       "bonjour).\n"},
+                       "bonjour). With --json a change prints the value that is then in effect.\n"},
     CommandDescription{"show", "", 0, 0, "", "Open the window", "Where the panel has the icon, it opens beside it.\n"},
     CommandDescription{"watch", "", 0, 0, "j", "Show what changes and what is decided, until interrupted", ""},
 };

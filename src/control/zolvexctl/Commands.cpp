@@ -175,9 +175,9 @@ int Commands::transport() {
 }
 
 int Commands::settings() {
-  const auto result = client_.call(u"Settings"_s);
-  if (const auto* failure = std::get_if<Failure>(&result)) return fail(*failure);
-  const auto all = qdbus_cast<QVariantMap>(std::get<QVariantList>(result).value(0));
+  const auto found = allSettings();
+  if (const auto* failure = std::get_if<Failure>(&found)) return fail(*failure);
+  const auto& all = std::get<QVariantMap>(found);
   switch (invocation_.arguments.size()) {
     case 0:
       print(invocation_.json ? report::settingsJson(all) : report::settings(all));
@@ -189,11 +189,17 @@ int Commands::settings() {
   }
 }
 
+std::variant<QVariantMap, Failure> Commands::allSettings() {
+  const auto result = client_.call(u"Settings"_s);
+  if (const auto* failure = std::get_if<Failure>(&result)) return *failure;
+  return qdbus_cast<QVariantMap>(std::get<QVariantList>(result).value(0));
+}
+
 int Commands::setting(const QVariantMap& all) {
   const auto value = all.value(qString(invocation_.arguments[0]));
   if (!value.isValid()) {
     complain("There is no setting of that name. See: zolvexctl settings");
-    return exitStatus::endedBadly;
+    return exitStatus::usage;
   }
   print(invocation_.json ? report::settingJson(value) : report::settingText(value));
   return exitStatus::done;
@@ -203,7 +209,12 @@ int Commands::changeSetting(const QVariantMap& all) {
   const auto key = qString(invocation_.arguments[0]);
   // Zolvex judges it; what cannot be read as the setting's type goes there as a text.
   const auto value = settingValue(invocation_.arguments[1], all.value(key));
-  return simple(u"SetSetting"_s, {key, QVariant::fromValue(QDBusVariant(value))}, "The setting is changed.\n");
+  const QVariantList arguments{key, QVariant::fromValue(QDBusVariant(value))};
+  if (!invocation_.json) return simple(u"SetSetting"_s, arguments, "The setting is changed.\n");
+  if (const int status = simple(u"SetSetting"_s, arguments, ""); status != exitStatus::done) return status;
+  const auto changed = allSettings();
+  if (const auto* failure = std::get_if<Failure>(&changed)) return fail(*failure);
+  return setting(std::get<QVariantMap>(changed));
 }
 
 int Commands::watch() {
@@ -234,7 +245,10 @@ int Commands::simple(const QString& method, const QVariantList& arguments, const
 
 int Commands::fail(const Failure& failure) const {
   complain(failure.text.toStdString() + hintFor(failure.name));
-  return failure.isNotRunning ? exitStatus::notRunning : exitStatus::endedBadly;
+  if (failure.isNotRunning) return exitStatus::notRunning;
+  // Words that can never be right, in whichever state Zolvex is.
+  const bool isMisuse = failure.name == error::unknownSetting || failure.name == error::invalidValue;
+  return isMisuse ? exitStatus::usage : exitStatus::endedBadly;
 }
 
 }  // namespace zolvex::control

@@ -34,6 +34,7 @@ class Commands {
   ZolvexClient::Result startFlow();
   int simple(const QString& method, const QVariantList& arguments, const std::string& text,
              std::chrono::milliseconds limit = ZolvexClient::callLimit);
+  std::variant<QVariantMap, ZolvexClient::Failure> allSettings();
   int fail(const ZolvexClient::Failure& failure) const;
 
   Invocation invocation_;
