@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace zolvex::test {
@@ -42,6 +43,12 @@ struct SettingsFileTest : testing::Test {
   }
   QByteArray fileBytes() const { return bytesOf(path()); }
   QJsonObject json() const { return QJsonDocument::fromJson(fileBytes()).object(); }
+  static mode_t modeOf(const QString& name) {
+    struct stat status {};
+    return stat(QFile::encodeName(name).constData(), &status) == 0 ? status.st_mode & 07777 : 0;
+  }
+  mode_t mode() const { return modeOf(path()); }
+  void setMode(mode_t mode) const { chmod(QFile::encodeName(path()).constData(), mode); }
   QStringList keptAside() const {
     return QDir(folder()).entryList({QStringLiteral("settings.json.damaged-*")}, QDir::AllEntries | QDir::System);
   }

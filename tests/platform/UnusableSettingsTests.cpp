@@ -241,19 +241,63 @@ TEST_F(UnwritableSettingsTest, anUnusableFileThatCannotBeMovedStays) {
   chmod(QFile::encodeName(folder()).constData(), 0700);
 }
 
-TEST_F(SettingsFileTest, aFileWithoutTheRightToReadItStaysUntilTheUserChangesASetting) {
-  log.expectError(anyFile + path().toStdString() + " cannot be read (Permission denied); ");
+struct UnreadableSettingsTest : SettingsFileTest {
+  void SetUp() override { log.expectError(anyFile + path().toStdString() + " cannot be read (Permission denied); "); }
+  void stayUntilTheUserChangesASetting() {
+    writeFile(R"({"key": 1})");
+    setMode(0200);
+    open();
+    EXPECT_EQ(defaults->stored("key"), std::nullopt);
+    defaults->note("own", true);
+    EXPECT_TRUE(keptAside().isEmpty());
+    EXPECT_EQ(mode(), 0200u);
+    defaults->set("ours", true);
+    EXPECT_EQ(json(), (QJsonObject{{u"ours"_s, true}, {u"own"_s, true}}));
+    EXPECT_EQ(keptAside().size(), 1);
+    EXPECT_EQ(log.lines().size(), 2u);
+  }
+};
+
+TEST_F(UnreadableSettingsTest, stayUntilTheUserChangesASetting) {
   const AsOrdinaryUser user(directory.path());
   ASSERT_TRUE(user.isDone());
-  writeFile(R"({"key": 1})");
-  chmod(QFile::encodeName(path()).constData(), 0);
-  open();
-  EXPECT_EQ(defaults->stored("key"), std::nullopt);
-  defaults->note("own", true);
-  EXPECT_TRUE(keptAside().isEmpty());
-  defaults->set("ours", true);
-  EXPECT_EQ(json(), (QJsonObject{{u"ours"_s, true}, {u"own"_s, true}}));
-  EXPECT_EQ(keptAside().size(), 1);
+  stayUntilTheUserChangesASetting();
+}
+
+TEST_F(UnreadableSettingsTest, stayAlsoForRootWhoCouldReadThem) {
+  stayUntilTheUserChangesASetting();
+}
+
+struct SettingsModeTest : SettingsFileTest {
+  void open(const QByteArray& content, mode_t given) {
+    writeFile(content);
+    setMode(given);
+    SettingsFileTest::open();
+  }
+};
+
+TEST_F(SettingsModeTest, othersMayReadTheFileUntilItIsWritten) {
+  open(R"({"key": 1})", 0644);
+  EXPECT_EQ(mode(), 0644u);
+  defaults->set("key", 2.0);
+  EXPECT_EQ(mode(), 0600u);
+}
+
+TEST_F(SettingsModeTest, aReadOnlyFileKeepsItsMode) {
+  log.expectError("the settings cannot be saved, changes count until Zolvex ends: cannot write ");
+  open(R"({"key": 1})", 0444);
+  defaults->set("key", 2.0);
+  EXPECT_EQ(mode(), 0444u);
+}
+
+TEST_F(SettingsModeTest, anUnusableFileIsKeptAsideWithItsMode) {
+  log.expectError(anyFile);
+  open("garbage", 0664);
+  EXPECT_EQ(mode(), 0664u);
+  defaults->set("key", true);
+  ASSERT_EQ(keptAside().size(), 1);
+  EXPECT_EQ(modeOf(folder() + u'/' + keptAside().constFirst()), 0664u);
+  EXPECT_EQ(mode(), 0600u);
 }
 
 }  // namespace

@@ -39,6 +39,7 @@ std::optional<SettingsFile::Unusable> oddity(int file) {
   if (fstat(file, &status) != 0) return cannotBeRead();
   if (S_ISDIR(status.st_mode)) return SettingsFile::Unusable{"is a directory"};
   if (!S_ISREG(status.st_mode)) return SettingsFile::Unusable{"is no regular file"};
+  if (!(status.st_mode & S_IRUSR)) return errno = EACCES, cannotBeRead();  // root could read it all the same
   if (static_cast<std::size_t>(status.st_size) > SettingsFile::longest)
     return SettingsFile::Unusable{fmt::format("is larger than {} MiB", SettingsFile::longest / mebibyte)};
   return std::nullopt;
@@ -89,9 +90,6 @@ std::string SettingsFile::target() const {
 
 void SettingsFile::prepare() const {
   makeDirectories(directoryOf(path_));
-  struct stat status {};
-  if (stat(path_.c_str(), &status) == 0 && S_ISREG(status.st_mode) && (status.st_mode & (S_IRWXG | S_IRWXO)))
-    chmod(path_.c_str(), status.st_mode & S_IRWXU);
 }
 
 SettingsFile::Content SettingsFile::read() const {

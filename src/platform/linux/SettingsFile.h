@@ -31,8 +31,7 @@ class SettingsFile {
   /// The path behind symbolic links; the same as path() where it is none or leads to nothing.
   std::string target() const;
 
-  /// Makes the directory (mode 0700) and takes the rights of all but the owner off the file. Failures show up when
-  /// something is read or written.
+  /// Makes the directory (mode 0700). Failures show up when something is read or written.
   void prepare() const;
 
   Content read() const;
