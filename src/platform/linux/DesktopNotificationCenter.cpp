@@ -52,6 +52,9 @@ bool isRefused(const QDBusMessage& reply) {
 
 }  // namespace
 
+DesktopNotificationCenter::DesktopNotificationCenter(BusLink& sessionBus)
+    : sessionBus_(sessionBus), gnomeSwitch_(sessionBus, std::string(applicationId)) {}
+
 template <class Answer>
 void DesktopNotificationCenter::whenFinished(const QDBusPendingCall& call, Answer answer) {
   auto* watcher = new QDBusPendingCallWatcher(call, this);
@@ -64,8 +67,10 @@ void DesktopNotificationCenter::whenFinished(const QDBusPendingCall& call, Answe
 void DesktopNotificationCenter::getAuthorizationStatus(std::function<void(AuthorizationStatus)> answer) {
   if (!sessionBus_.isConnected()) return answer(AuthorizationStatus::authorized);
   const auto call = sessionBus_.connection().asyncCall(permissionLookup(), static_cast<int>(permissionLimit.count()));
-  whenFinished(call, [answer = std::move(answer)](const QDBusMessage& reply) {
-    answer(isRefused(reply) ? AuthorizationStatus::denied : AuthorizationStatus::authorized);
+  whenFinished(call, [this, answer = std::move(answer)](const QDBusMessage& reply) {
+    if (isRefused(reply)) return answer(AuthorizationStatus::denied);
+    gnomeSwitch_.ask(
+        [answer](bool isOff) { answer(isOff ? AuthorizationStatus::denied : AuthorizationStatus::authorized); });
   });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/linux/GnomeNotificationSwitch.h"
 #include "ui/NotificationCenter.h"
 
 #include <QObject>
@@ -15,7 +16,8 @@ class BusLink;
 
 /// The desktop's notification service, org.freedesktop.Notifications on the session bus. Linux desktops ask nobody for
 /// permission; a refusal is known where the user has switched Zolvex off in the desktop's settings and the desktop
-/// has written that down in the portal's permission store. Main thread; answers come there, each at most once.
+/// has written that down in the portal's permission store, or is GNOME. Main thread; answers come there, each at most
+/// once.
 class DesktopNotificationCenter final : public QObject, public NotificationCenter {
   Q_OBJECT
 
@@ -25,7 +27,7 @@ class DesktopNotificationCenter final : public QObject, public NotificationCente
   static constexpr std::chrono::milliseconds permissionLimit{2'000};
 
   /// The link must outlive this.
-  explicit DesktopNotificationCenter(BusLink& sessionBus) : sessionBus_(sessionBus) {}
+  explicit DesktopNotificationCenter(BusLink& sessionBus);
 
   void getAuthorizationStatus(std::function<void(AuthorizationStatus)> answer) override;
   void requestAuthorization(std::function<void(bool granted, const Error& error)> answer) override;
@@ -37,6 +39,7 @@ class DesktopNotificationCenter final : public QObject, public NotificationCente
   void whenFinished(const QDBusPendingCall& call, Answer answer);
 
   BusLink& sessionBus_;
+  GnomeNotificationSwitch gnomeSwitch_;
 };
 
 }  // namespace zolvex
