@@ -43,10 +43,13 @@ const std::array signalsOfInterest{
 
 }  // namespace
 
-AvahiDaemon::AvahiDaemon(BusLink& systemBus)
+AvahiDaemon::AvahiDaemon(BusLink& systemBus, Patience patience)
     : systemBus_(systemBus),
+      patience_(patience),
       arrival_(systemBus.arrived.observe([this] { busArrived(); })),
       loss_(systemBus.lost.observe([this] { setOwner({}); })) {
+  nextQuestion_.setSingleShot(true);
+  connect(&nextQuestion_, &QTimer::timeout, this, [this] { askForState(); });
   if (systemBus_.isConnected()) busArrived();
 }
 
@@ -80,12 +83,27 @@ void AvahiDaemon::setOwner(const QString& owner) {
   objects_.clear();
   earlySignals_.clear();
   objectsInTheMaking_ = 0;
+  nextQuestion_.stop();
   if (owner_.isEmpty()) return;
   logger.info("found the Avahi daemon");
   isAbsenceLogged_ = false;
+  isSilenceLogged_ = false;
   listen(true);
-  call(serverPath, serverInterface, u"GetState"_s, {},
-       [this](const QDBusMessage& reply) { setState(reply.arguments().value(0).toInt()); });
+  askForState();
+}
+
+void AvahiDaemon::askForState() {
+  call(
+      serverPath, serverInterface, u"GetState"_s, {}, [this](const QDBusMessage& reply) { stateAnswered(reply); },
+      patience_.answerLimit);
+}
+
+/// A daemon that hangs for a while goes on in the state it was in, so no StateChanged tells that it is there again.
+void AvahiDaemon::stateAnswered(const QDBusMessage& reply) {
+  if (reply.type() == QDBusMessage::ReplyMessage) return setState(reply.arguments().value(0).toInt());
+  if (!std::exchange(isSilenceLogged_, true))
+    logger.error("the Avahi daemon does not answer, asking again: {}", avahi::errorText(reply).toStdString());
+  nextQuestion_.start(patience_.pause);
 }
 
 /// To all objects of the daemon, because one that is new may speak before we know its path.
@@ -152,11 +170,12 @@ void AvahiDaemon::free(const QString& path, const QString& interface) {
 }
 
 void AvahiDaemon::call(const QString& path, const QString& interface, const QString& method,
-                       const QVariantList& arguments, Answer answer) {
+                       const QVariantList& arguments, Answer answer, std::chrono::milliseconds limit) {
   if (owner_.isEmpty() || !systemBus_.isConnected()) return;
   auto message = QDBusMessage::createMethodCall(owner_, path, interface, method);
   message.setArguments(arguments);
-  auto* watcher = new QDBusPendingCallWatcher(systemBus_.connection().asyncCall(message), this);
+  const auto pending = systemBus_.connection().asyncCall(message, static_cast<int>(limit.count()));
+  auto* watcher = new QDBusPendingCallWatcher(pending, this);
   connect(watcher, &QDBusPendingCallWatcher::finished, this,
           [this, watcher, owner = owner_, answer = std::move(answer)] {
             watcher->deleteLater();

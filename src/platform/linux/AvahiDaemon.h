@@ -5,8 +5,10 @@
 #include <QDBusMessage>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <QVariantList>
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -19,15 +21,22 @@ class BusLink;
 
 /// avahi-daemon as seen from the system bus. It follows the bus, the daemon's name on it and the state the daemon
 /// reports, and tells its users when they can begin and when all they had from the daemon is void: at its end, at the
-/// end of the bus, and while it looks for another host name. It hands the signals of the daemon's objects to their
-/// AvahiObject. Calls never block.
-/// Owned by the application; the bus link must outlive it, and it its users. Main thread.
+/// end of the bus, and while it looks for another host name. A daemon that does not answer at first is asked again
+/// until it does. The signals of the daemon's objects are handed to their AvahiObject. Calls never block. Owned by the
+/// application; the bus link must outlive it, and it its users. Main thread.
 class AvahiDaemon final : public QObject {
   Q_OBJECT
 
  public:
+  /// With a daemon that has its name on the bus and does not tell its state.
+  struct Patience {
+    std::chrono::milliseconds answerLimit{5'000};
+    std::chrono::milliseconds pause{10'000};  ///< Before it is asked again.
+  };
+
   /// Before the link is started, or after.
-  explicit AvahiDaemon(BusLink& systemBus);
+  explicit AvahiDaemon(BusLink& systemBus) : AvahiDaemon(systemBus, Patience()) {}
+  AvahiDaemon(BusLink& systemBus, Patience patience);
 
   bool isRunning() const { return isRunning_; }
 
@@ -41,15 +50,19 @@ class AvahiDaemon final : public QObject {
   void busArrived();
   void setOwner(const QString& owner);
   void listen(bool begin);
+  void askForState();
+  void stateAnswered(const QDBusMessage& reply);
   void setState(int state);
   void make(const std::shared_ptr<AvahiObject*>& object, const QString& kind, const QVariantList& arguments);
   void made(const std::weak_ptr<AvahiObject*>& object, const QString& interface, const QDBusMessage& reply);
   void deliver(const QDBusMessage& signal);
   void free(const QString& path, const QString& interface);
 
+  static constexpr std::chrono::milliseconds usualLimit{-1};  // that of QtDBus, 25 s
+
   /// `answer` gets the reply or the error unless the daemon has ended or restarted by then.
   void call(const QString& path, const QString& interface, const QString& method, const QVariantList& arguments,
-            Answer answer);
+            Answer answer, std::chrono::milliseconds limit = usualLimit);
 
  private Q_SLOTS:
   void ownerChanged(const QDBusMessage& message);
@@ -57,9 +70,12 @@ class AvahiDaemon final : public QObject {
 
  private:
   BusLink& systemBus_;
+  const Patience patience_;
   QString owner_;  // the daemon's unique name on the bus; empty while it is not there
   bool isRunning_ = false;
   bool isAbsenceLogged_ = false;
+  bool isSilenceLogged_ = false;
+  QTimer nextQuestion_;
   std::map<QString, std::weak_ptr<AvahiObject*>> objects_;     // by path
   int objectsInTheMaking_ = 0;                                 // while there are any,
   std::map<QString, std::vector<QDBusMessage>> earlySignals_;  // what objects with unknown paths say is kept here

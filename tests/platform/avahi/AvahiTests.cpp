@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <optional>
@@ -21,6 +22,7 @@
 #include <vector>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace zolvex {
 namespace {
@@ -70,7 +72,8 @@ struct Ears final : ServicePublicationListener, ServiceBrowserListener {
 
 /// One computer's side of the system bus.
 struct Computer {
-  Computer(MainQueue& queue, const QString& busAddress) : link(queue, "system bus", busAddress.toStdString()) {
+  Computer(MainQueue& queue, const QString& busAddress, AvahiDaemon::Patience patience = {})
+      : link(queue, "system bus", busAddress.toStdString()), daemon(link, patience) {
     link.start();
   }
 
@@ -110,7 +113,7 @@ struct Computer {
   }
 
   BusLink link;
-  AvahiDaemon daemon{link};
+  AvahiDaemon daemon;
   AvahiPublisher publisher{daemon};
   AvahiBrowser browser{daemon};
   Ears ears{browser};
@@ -273,6 +276,26 @@ TEST_F(AvahiTest, daemonThatStartsLaterIsUsed) {
   ASSERT_TRUE(runUntil([&] { return log.count("no Avahi daemon yet, waiting for it") == 2; }));
   for (const int computer : {0, 1}) world.startDaemon(computer);
   EXPECT_TRUE(runUntil([&] { return studio->ears.resolutions > 0; }));
+}
+
+TEST_F(AvahiTest, daemonThatHangsAtFirstIsUsedOnceItGoesOn) {
+  constexpr auto notAnswering = "the Avahi daemon does not answer, asking again: ";
+  startDaemons();
+  laptop->publish("Zolvex-ABC123", 4711);
+  world.hangDaemon(0);
+  test::LogCapture log;
+  log.expectError(notAnswering);
+  Computer latecomer(queue, world.busAddress(0), {.answerLimit = 100ms, .pause = 10ms});
+  latecomer.browse();
+  const auto complaints = [&] {
+    const auto lines = log.lines();
+    return std::count_if(lines.begin(), lines.end(), [&](const auto& line) { return line.starts_with(notAnswering); });
+  };
+  ASSERT_TRUE(runUntil([&] { return complaints() > 0; }));
+  EXPECT_FALSE(latecomer.daemon.isRunning());
+  world.resumeDaemon(0);
+  EXPECT_TRUE(runUntil([&] { return latecomer.ears.resolutions > 0; }));
+  EXPECT_EQ(complaints(), 1);
 }
 
 TEST_F(AvahiTest, serviceIsPublishedAnewWhenTheDaemonRestarts) {

@@ -25,6 +25,8 @@ class AvahiWorld {
 
   void startDaemon(int computer) { command("start", computer); }
   void stopDaemon(int computer) { command("stop", computer); }
+  void hangDaemon(int computer) { command("hang", computer); }
+  void resumeDaemon(int computer) { command("resume", computer); }
   void startBus(int computer);
   void stopBus(int computer);
   void unplug() { command("unplug", 0); }

@@ -3,7 +3,7 @@
 # Run as: unshare --net --mount --pid --fork --mount-proc --kill-child avahi-world.sh BUS0 BUS1
 # and by an ordinary user with --user --map-current-user --keep-caps, too: the buses are outside and must see the user
 # that they know.
-# Commands on standard input: "start N", "stop N", "unplug", "plug". Each is answered with a line "done".
+# Commands on standard input: "start N", "stop N", "hang N", "resume N", "unplug", "plug". Each is answered with a line "done".
 # Everything ends with this script.
 set -eu
 
@@ -66,11 +66,15 @@ start_daemon() {
   esac
 }
 
-stop_daemon() {
+choose_daemon() {
   case $1 in
     0) pid=$pid0 ;;
     1) pid=$pid1 ;;
   esac
+}
+
+stop_daemon() {
+  choose_daemon "$1"
   kill "$pid" || true # it may have ended with its bus
   wait "$pid" || true
 }
@@ -80,6 +84,8 @@ while read -r command argument; do
   case $command in
     start) start_daemon "$argument" ;;
     stop) stop_daemon "$argument" ;;
+    hang) choose_daemon "$argument" && kill -STOP "$pid" ;;
+    resume) choose_daemon "$argument" && kill -CONT "$pid" ;;
     unplug) ip link set cable0 down ;;
     plug) ip link set cable0 up ;;
   esac
