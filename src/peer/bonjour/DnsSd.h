@@ -2,6 +2,7 @@
 
 #include "core/Time.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -61,6 +62,9 @@ class ServiceBrowserListener {
 /// Browses for services of one type. Main thread.
 class ServiceBrowser {
  public:
+  /// Reported at once. Anybody can announce any number, so what comes beyond them is left out until some have gone.
+  static constexpr std::size_t maximumServices = 256;
+
   virtual ~ServiceBrowser() = default;
 
   /// Starts to report; continues by itself after the system's DNS-SD service was away. The listener must outlive it.

@@ -49,7 +49,6 @@ void ServiceBrowserDelegate::reportDiscoveredAgain() {
 void ServiceBrowserDelegate::serviceFound(const std::string& name, bool isLocal) {
   logger.info("Service discovered: {}", escapedForLog(name));
   if (!peerIdFromServiceName(name)) return;
-  if (services_.size() >= maximumServices && !services_.contains(name)) return;
   auto& service = services_[name];
   service.isLocal = isLocal;
   if (!mayBeOwn(name, service)) browser_.resolve(name, resolveLimit);

@@ -25,7 +25,6 @@ std::optional<std::string> peerIdFromServiceName(std::string_view name);
 class ServiceBrowserDelegate final : public ServiceBrowserListener {
  public:
   static constexpr Seconds resolveLimit{5.0};
-  static constexpr std::size_t maximumServices = 256;  ///< More are not listed: anybody can announce any number.
 
   ServiceBrowserDelegate(ServiceBrowser& browser, const MainQueue& mainQueue, PeerTransportDelegate& store);
 

@@ -30,10 +30,11 @@ struct AvahiBrowser::Item {
   bool isLocal;
 };
 
-AvahiBrowser::AvahiBrowser(AvahiDaemon& daemon)
+AvahiBrowser::AvahiBrowser(AvahiDaemon& daemon, std::chrono::milliseconds retryPause)
     : daemon_(daemon),
+      retryPause_(retryPause),
       started_(daemon.started.observe([this] { begin(); })),
-      ended_(daemon.ended.observe([this] { daemonEnded(); })) {
+      ended_(daemon.ended.observe([this] { browsingEnded(); })) {
   retry_.setSingleShot(true);
   QObject::connect(&retry_, &QTimer::timeout, &retry_, [this] { begin(); });
 }
@@ -48,6 +49,7 @@ void AvahiBrowser::searchForServices(const std::string& type, const std::string&
   type_ = avahi::withoutDot(type);
   domain_ = avahi::withoutDot(domain);
   listener_ = &listener;
+  isLeavingOutLogged_ = false;
   begin();
 }
 
@@ -55,10 +57,15 @@ void AvahiBrowser::stop() {
   listener_ = nullptr;
   services_.clear();
   browser_.reset();
+  retry_.stop();
 }
 
+/// The daemon tells everything it knows once more.
 void AvahiBrowser::begin() {
   if (!listener_ || !daemon_.isRunning()) return;
+  retry_.stop();
+  hasLeftOut_ = false;
+  for (auto& [name, sighting] : services_) sighting.places.clear();
   AvahiObject::Events events;
   events.signal = [this](const QDBusMessage& signal) { signalled(signal); };
   events.failed = [this](const QString& error) { failed(error); };
@@ -76,6 +83,7 @@ void AvahiBrowser::signalled(const QDBusMessage& signal) {
 }
 
 void AvahiBrowser::itemNew(const Item& item) {
+  if (services_.size() >= maximumServices && !services_.contains(item.name)) return leaveOut();
   const auto [entry, isNew] = services_.try_emplace(item.name);
   auto& sighting = entry->second;
   const auto isBack = !isNew && sighting.places.empty();
@@ -84,34 +92,43 @@ void AvahiBrowser::itemNew(const Item& item) {
     sighting.isLocal = item.isLocal;
     return listener_->serviceFound(item.name, item.isLocal);
   }
-  if (isBack && sighting.resolveLimit) startResolving(item.name, sighting);
+  if (isBack && sighting.resolveLimit && !sighting.resolver) startResolving(item.name, sighting);
+}
+
+void AvahiBrowser::leaveOut() {
+  hasLeftOut_ = true;
+  if (!std::exchange(isLeavingOutLogged_, true))
+    logger.error("More than {} services: leaving some out until others have gone", maximumServices);
 }
 
 void AvahiBrowser::itemRemove(const Item& item) {
   const auto found = services_.find(item.name);
   if (found == services_.end()) return;
   found->second.places.erase(item.place);
-  if (!found->second.places.empty()) return;
-  services_.erase(found);
-  listener_->serviceRemoved(item.name);
+  if (found->second.places.empty()) remove(item.name);
 }
 
-/// The daemon has told what it knew and what was answered at once: what it knew before its restart and has not
+/// The daemon has told what it knew and what was answered at once: what it knew when we browsed before and has not
 /// mentioned again is gone.
 void AvahiBrowser::allForNow() {
   std::vector<std::string> missing;
   for (const auto& [name, sighting] : services_)
     if (sighting.places.empty()) missing.push_back(name);
-  for (const auto& name : missing) {
-    services_.erase(name);
-    if (listener_) listener_->serviceRemoved(name);
-  }
+  for (const auto& name : missing)
+    if (listener_) remove(name);
+}
+
+void AvahiBrowser::remove(const std::string& name) {
+  services_.erase(name);
+  // Not at once for each: anybody can make services come and go.
+  if (hasLeftOut_ && !retry_.isActive()) retry_.start(retryPause_);
+  listener_->serviceRemoved(name);
 }
 
 void AvahiBrowser::failed(const QString& error) {
   logger.error("Cannot browse for peers: {}", error.toStdString());
-  browser_.reset();
-  retry_.start(retryPause);
+  browsingEnded();
+  retry_.start(retryPause_);
 }
 
 void AvahiBrowser::resolve(const std::string& name, Seconds limit) {
@@ -130,12 +147,9 @@ void AvahiBrowser::startResolving(const std::string& name, Sighting& sighting) {
       });
 }
 
-void AvahiBrowser::daemonEnded() {
+void AvahiBrowser::browsingEnded() {
   browser_.reset();
-  for (auto& [name, sighting] : services_) {
-    sighting.places.clear();
-    sighting.resolver.reset();
-  }
+  for (auto& [name, sighting] : services_) sighting.resolver.reset();
 }
 
 }  // namespace zolvex
