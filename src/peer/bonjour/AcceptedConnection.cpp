@@ -42,14 +42,15 @@ void AcceptedConnection::start() {
 
 bool AcceptedConnection::isBeingAnswered() {
   if (phase_ == Phase::reading) takeWhatHasCome();
-  return phase_ == Phase::answering;
+  return phase_ == Phase::answering || phase_ == Phase::replying;
 }
 
 void AcceptedConnection::close() {
-  phase_ = Phase::closed;
+  const auto before = std::exchange(phase_, Phase::closed);
   deadline_.cancel();
   asio::error_code ignored;
   socket_.close(ignored);
+  if (before == Phase::answering || before == Phase::replying) surroundings_->answered();
 }
 
 void AcceptedConnection::limitPhase(Seconds limit) {
@@ -102,6 +103,7 @@ void AcceptedConnection::handleMessage() {
   const auto line = firstLine(message);
   if (!line) logger.fatal("Received a frame without a command: it is empty or has only line feeds");
   phase_ = Phase::answering;
+  commandTime_ = asio::steady_timer::clock_type::now();
   limitPhase(surroundings_->limits.reply);
   surroundings_->mainQueue.async(
       [surroundings = surroundings_, text = std::string(*line),
@@ -122,20 +124,22 @@ void AcceptedConnection::abandon() {
 
 /// The limit of the reply holds for the writing, too.
 void AcceptedConnection::send(DeviceCommand command) {
-  phase_ = Phase::leaving;
+  phase_ = Phase::replying;
   frame_ = frameOf(command);
   asio::async_write(socket_, asio::buffer(frame_), [self = shared_from_this()](asio::error_code error, std::size_t) {
-    if (self->phase_ != Phase::leaving) return;
+    if (self->phase_ != Phase::replying) return;
     error ? self->close() : self->leave();
   });
 }
 
 void AcceptedConnection::leave() {
+  phase_ = Phase::leaving;
   asio::error_code error;
   socket_.shutdown(asio::ip::tcp::socket::shutdown_send, error);
   error ? close() : readFarewell();
   // Mostly the requester has left already. A timer that is taken back would wake the thread at its hour all the same.
   if (phase_ == Phase::leaving) limitPhase(surroundings_->limits.farewell);
+  surroundings_->answered();
 }
 
 void AcceptedConnection::awaitFarewell() {

@@ -25,7 +25,7 @@ namespace zolvex {
 /// Runs on the publisher queue.
 class AcceptedConnection : public std::enable_shared_from_this<AcceptedConnection> {
  public:
-  enum class Phase { reading, answering, leaving, closed };
+  enum class Phase { reading, answering, replying, leaving, closed };
 
   /// Runs on the main queue.
   using CommandHandler = std::function<void(const std::string& text, std::shared_ptr<ReplyChannel> channel)>;
@@ -36,6 +36,7 @@ class AcceptedConnection : public std::enable_shared_from_this<AcceptedConnectio
     CommandHandler handleCommand;
     ListenerLimits limits;
     OccasionalLog occasionalLog;
+    std::function<void()> answered = {};  ///< A connection isBeingAnswered() no longer.
   };
 
   AcceptedConnection(asio::ip::tcp::socket socket, std::shared_ptr<Surroundings> surroundings);
@@ -43,8 +44,11 @@ class AcceptedConnection : public std::enable_shared_from_this<AcceptedConnectio
   void start();
   Phase phase() const { return phase_; }
 
-  /// Whether the whole frame has come, even if only by now, and the reply is still to be written.
+  /// Whether the whole frame has come, even if only by now, and the reply has not been written yet.
   bool isBeingAnswered();
+
+  /// For how long it has been.
+  Seconds waitForReply() const { return asio::steady_timer::clock_type::now() - commandTime_; }
   void close();
 
   /// Writes the reply, if none was written yet. Any thread.
@@ -70,6 +74,7 @@ class AcceptedConnection : public std::enable_shared_from_this<AcceptedConnectio
   Phase phase_ = Phase::reading;
   FrameReader reader_;
   std::string frame_;
+  asio::steady_timer::time_point commandTime_;
   std::size_t farewellBytes_ = 0;
 };
 

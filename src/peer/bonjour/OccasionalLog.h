@@ -11,11 +11,19 @@
 
 namespace zolvex {
 
-/// Logs what anybody on the network can provoke: each kind of misbehaviour at most once in `pause`, so that nobody can
-/// fill the log. One thread.
+/// Logs misbehaviour that anybody on the network can show, each kind at most once in `pause`. What is logged of
+/// well-formed messages and services does not go through here and has no limit. One thread.
 class OccasionalLog {
  public:
-  enum class Kind { frameTooSlow, frameTooLong, tooManyConnections, notText, replyTooLate, acceptFailed };
+  enum class Kind {
+    frameTooSlow,
+    frameTooLong,
+    tooManyConnections,
+    tooManyCommands,
+    notText,
+    replyTooLate,
+    acceptFailed
+  };
 
   OccasionalLog(Logger log, Seconds pause) : log_(log), pause_(pause) {}
 
@@ -28,7 +36,7 @@ class OccasionalLog {
   }
 
  private:
-  static constexpr std::size_t kinds = 6;
+  static constexpr std::size_t kinds = 7;
 
   Logger log_;
   Seconds pause_;

@@ -43,7 +43,8 @@ TcpListener::TcpListener(NetworkThread& network, MainQueue& mainQueue, Events ev
       surroundings_(std::make_shared<AcceptedConnection::Surroundings>(AcceptedConnection::Surroundings{
           mainQueue, events_.received, limits, OccasionalLog(logger, limits.logPause)})),
       acceptor_(network.publisherQueue()),
-      pause_(network.publisherQueue()) {}
+      pause_(network.publisherQueue()),
+      nextLook_(network.publisherQueue()) {}
 
 std::optional<std::string> TcpListener::open() {
   if (!openWith(asio::ip::tcp::v6())) return std::nullopt;
@@ -77,7 +78,34 @@ void TcpListener::begin() {
   if (error) return acceptFailed(error);
   logger.info("Listener ready: Port {}", port);
   mainQueue_.async([ready = events_.ready, port] { ready(port); });
-  accept();
+  surroundings_->answered = [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->placeBecameFree();
+  };
+  awaitNewcomer();
+}
+
+// A newcomer is accepted only once there is a place for it, so that none is closed for want of one.
+void TcpListener::awaitNewcomer() {
+  acceptor_.async_wait(asio::ip::tcp::acceptor::wait_read, [self = shared_from_this()](asio::error_code error) {
+    if (!self->acceptor_.is_open()) return;
+    error ? self->acceptFailed(error) : self->admitNewcomer();
+  });
+}
+
+void TcpListener::admitNewcomer() {
+  isFull_ = false;  // whoever is closed to make room says so
+  if (makeRoom()) return accept();
+  isFull_ = true;
+  surroundings_->occasionalLog.error(OccasionalLog::Kind::tooManyCommands,
+                                     "Too many commands at once: new connections have to wait");
+  nextLook_.expires_after(std::chrono::ceil<asio::steady_timer::duration>(surroundings_->limits.fullPause));
+  nextLook_.async_wait([self = shared_from_this()](asio::error_code error) {
+    if (!error) self->placeBecameFree();
+  });
+}
+
+void TcpListener::placeBecameFree() {
+  if (isFull_ && acceptor_.is_open()) admitNewcomer();
 }
 
 void TcpListener::accept() {
@@ -88,8 +116,10 @@ void TcpListener::accept() {
 
 void TcpListener::accepted(asio::error_code error, asio::ip::tcp::socket socket) {
   if (error) return acceptFailed(error);
-  admit(std::move(socket));
-  accept();
+  const auto connection = std::make_shared<AcceptedConnection>(std::move(socket), surroundings_);
+  connections_.push_back(connection);
+  connection->start();
+  awaitNewcomer();
 }
 
 void TcpListener::acceptFailed(asio::error_code error) {
@@ -103,19 +133,13 @@ void TcpListener::acceptFailed(asio::error_code error) {
                                      "Cannot accept a connection: " + error.message());
   pause_.expires_after(std::chrono::ceil<asio::steady_timer::duration>(surroundings_->limits.acceptPause));
   pause_.async_wait([self = shared_from_this()](asio::error_code) {
-    if (self->acceptor_.is_open()) self->accept();
+    if (self->acceptor_.is_open()) self->awaitNewcomer();
   });
-}
-
-void TcpListener::admit(asio::ip::tcp::socket socket) {
-  if (!makeRoom()) return;  // the newcomer is the only one that is unfinished
-  const auto connection = std::make_shared<AcceptedConnection>(std::move(socket), surroundings_);
-  connections_.push_back(connection);
-  connection->start();
 }
 
 /// Closes the oldest connection for which nobody is working when there are as many as there may be. Those whose
 /// command is being handled stay: they are what the listener is for, and they bound the work waiting on the main queue.
+/// But not for longer than a requester waits, because commands can be such that their handling takes long.
 bool TcpListener::makeRoom() {
   using Phase = AcceptedConnection::Phase;
   std::erase_if(connections_, [](const auto& weak) {
@@ -123,11 +147,18 @@ bool TcpListener::makeRoom() {
     return !connection || connection->phase() == Phase::closed;
   });
   if (connections_.size() < surroundings_->limits.connections) return true;
+  const auto oldest = [this](auto&& isDispensable) {
+    return std::find_if(connections_.begin(), connections_.end(),
+                        [&](const auto& weak) { return isDispensable(*weak.lock()); });
+  };
+  auto victim = oldest([](AcceptedConnection& connection) { return !connection.isBeingAnswered(); });
+  if (victim == connections_.end())
+    victim = oldest([limit = surroundings_->limits.replyWhenFull](const AcceptedConnection& connection) {
+      return connection.waitForReply() >= limit;
+    });
+  if (victim == connections_.end()) return false;
   surroundings_->occasionalLog.error(OccasionalLog::Kind::tooManyConnections,
                                      "Too many connections: closing the oldest unfinished one");
-  const auto victim = std::find_if(connections_.begin(), connections_.end(),
-                                   [](const auto& weak) { return !weak.lock()->isBeingAnswered(); });
-  if (victim == connections_.end()) return false;
   if (const auto connection = victim->lock()) connection->close();
   connections_.erase(victim);
   return true;
@@ -138,6 +169,7 @@ void TcpListener::end() {
   asio::error_code ignored;
   acceptor_.close(ignored);
   pause_.cancel();
+  nextLook_.cancel();
   for (const auto& weak : connections_) {
     const auto connection = weak.lock();
     if (connection && connection->phase() == AcceptedConnection::Phase::reading) connection->close();

@@ -18,8 +18,9 @@
 namespace zolvex {
 
 /// Accepts the peer's connections on a port that the system picks. The transport opens it, starts it and cancels it;
-/// in between it says that it is ready, and hands over each command that comes. Connections whose command is still
-/// being handled when it is cancelled live on until they are answered.
+/// in between it says that it is ready, and hands over each command that comes. While it has as many commands to
+/// answer as it may have connections, it accepts no more. Connections whose command is still being handled when it is
+/// cancelled live on until they are answered.
 /// open(), start() and cancel() are for the main thread; the rest runs on the publisher queue.
 class TcpListener : public std::enable_shared_from_this<TcpListener> {
  public:
@@ -43,11 +44,13 @@ class TcpListener : public std::enable_shared_from_this<TcpListener> {
  private:
   asio::error_code openWith(const asio::ip::tcp& protocol);
   void begin();
+  void awaitNewcomer();
+  void admitNewcomer();
+  bool makeRoom();
+  void placeBecameFree();
   void accept();
   void accepted(asio::error_code error, asio::ip::tcp::socket socket);
   void acceptFailed(asio::error_code error);
-  void admit(asio::ip::tcp::socket socket);
-  bool makeRoom();
   void end();
 
   MainQueue& mainQueue_;
@@ -55,7 +58,9 @@ class TcpListener : public std::enable_shared_from_this<TcpListener> {
   const std::shared_ptr<AcceptedConnection::Surroundings> surroundings_;
   asio::ip::tcp::acceptor acceptor_;
   asio::steady_timer pause_;
+  asio::steady_timer nextLook_;                                 // while full
   std::vector<std::weak_ptr<AcceptedConnection>> connections_;  // oldest first
+  bool isFull_ = false;  // every place is being answered, and whoever comes waits with the kernel
 };
 
 }  // namespace zolvex

@@ -28,6 +28,7 @@ constexpr std::chrono::minutes aMinute{1};
 constexpr auto tooSlow = "Closing a connection that sent no whole frame in time";
 constexpr auto tooLong = "Closing a connection that sent too much without a delimiter";
 constexpr auto tooMany = "Too many connections: closing the oldest unfinished one";
+constexpr auto tooManyCommands = "Too many commands at once: new connections have to wait";
 constexpr auto notText = "Dropping a message that is not UTF-8";
 constexpr auto tooLate = "Closing a connection that was not answered in time";
 
@@ -190,7 +191,8 @@ TEST_F(HostileInputTest, theOldestUnfinishedConnectionGoesFirst) {
 
 TEST_F(HostileInputTest, aFrameThatCameWhileTheListenerWasBusyIsNotDisplaced) {
   log.expectError(tooMany);
-  start({.connections = 1, .silence = none});
+  log.expectError(tooManyCommands);
+  start({.connections = 1, .silence = none}, false);
   auto displaced = RawSocket::connectedTo(port());
   auto asking = RawSocket::connectedTo(port());
   EXPECT_EQ(displaced.receiveAll(), "");  // so the other one was accepted
@@ -198,19 +200,77 @@ TEST_F(HostileInputTest, aFrameThatCameWhileTheListenerWasBusyIsNotDisplaced) {
   const auto newcomer = RawSocket::connectedTo(port());
   asking.send(healthCheckFrame);
   held = {};
+  ASSERT_TRUE(waitForLog(tooManyCommands));
+  answer(DeviceCommand::operationSuccess);
   EXPECT_EQ(asking.receiveAll(), successFrame);
 }
 
-TEST_F(HostileInputTest, connectionsThatWaitForTheirReplyAreNotDisplaced) {
-  log.expectError(tooMany);
+TEST_F(HostileInputTest, whoComesWhileAllAreBeingAnsweredWaits) {
+  log.expectError(tooManyCommands);
   start({.connections = 1}, false);
   auto waiting = RawSocket::connectedTo(port());
   waiting.send(healthCheckFrame);
+  waiting.halfClose();
   ASSERT_TRUE(waitForCommands(1));
-  EXPECT_EQ(ask(port(), healthCheckFrame), std::nullopt);
+  auto newcomer = RawSocket::connectedTo(port());
+  newcomer.send(healthCheckFrame);
+  ASSERT_TRUE(waitForLog(tooManyCommands));
+  EXPECT_THAT(received(), ElementsAre("HEALTH_CHECK"));
   answer(DeviceCommand::operationSuccess);
   EXPECT_EQ(waiting.receiveAll(), successFrame);
-  EXPECT_THAT(received(), ElementsAre("HEALTH_CHECK"));
+  ASSERT_TRUE(waitForCommands(2));
+  answer(DeviceCommand::operationSuccess);
+  EXPECT_EQ(newcomer.receiveAll(), successFrame);
+}
+
+TEST_F(HostileInputTest, allOfABurstAreAnswered) {
+  constexpr std::size_t crowd = 500;
+  log.expectError(tooManyCommands);
+  start({}, false);
+  std::vector<RawSocket> burst;
+  for (std::size_t i = 0; i < crowd; ++i) {
+    burst.push_back(RawSocket::connectedTo(port()));
+    burst.back().send(healthCheckFrame);
+    burst.back().halfClose();
+  }
+  ASSERT_TRUE(waitForLog(tooManyCommands));
+  ASSERT_TRUE(waitForCommands(ListenerLimits{}.connections));
+  EXPECT_EQ(received().size(), ListenerLimits{}.connections);
+  for (std::size_t i = 0; i < crowd; ++i) {
+    ASSERT_TRUE(waitForCommands(i + 1));
+    answer(DeviceCommand::operationSuccess);
+  }
+  for (auto& socket : burst) ASSERT_EQ(socket.receiveAll(), successFrame);
+}
+
+TEST_F(HostileInputTest, whoWaitsIsHeardWhenTheOthersGoUnanswered) {
+  log.expectError(tooManyCommands);
+  log.expectError(tooLate);
+  start({.connections = 1, .reply = Seconds(0.2)}, false);
+  auto first = RawSocket::connectedTo(port());
+  auto second = RawSocket::connectedTo(port());
+  auto third = RawSocket::connectedTo(port());
+  auto held = holdUpNetwork();
+  for (auto* socket : {&first, &second, &third}) socket->send(healthCheckFrame);
+  held = {};
+  ASSERT_TRUE(waitForCommands(3));
+  for (auto* socket : {&first, &second, &third}) EXPECT_EQ(socket->receiveAll(), "");
+}
+
+TEST_F(HostileInputTest, whoHasWaitedTooLongForAReplyMakesRoom) {
+  log.expectError(tooManyCommands);
+  log.expectError(tooMany);
+  start({.connections = 1, .replyWhenFull = Seconds(0.2), .fullPause = Seconds(0.01)}, false);
+  auto first = RawSocket::connectedTo(port());
+  auto second = RawSocket::connectedTo(port());
+  auto held = holdUpNetwork();
+  for (auto* socket : {&first, &second}) socket->send(healthCheckFrame);
+  held = {};
+  EXPECT_EQ(first.receiveAll(), "");
+  ASSERT_TRUE(waitForCommands(2));
+  answer(DeviceCommand::operationSuccess);  // too late, and harmless
+  answer(DeviceCommand::operationSuccess);
+  EXPECT_EQ(second.receiveAll(), successFrame);
 }
 
 TEST_F(HostileInputTest, connectionThatIsNotAnsweredInTimeIsClosed) {
@@ -228,6 +288,18 @@ TEST_F(HostileInputTest, requesterThatNeverClosesIsLeft) {
   clinging.send(healthCheckFrame);
   EXPECT_EQ(clinging.receiveAll(), successFrame);
   while (clinging.send("x")) expectGoodServiceToOthers();  // fails once the listener has closed
+}
+
+TEST_F(HostileInputTest, requestersThatNeverCloseMakeRoom) {
+  log.expectError(tooMany);
+  start({.farewell = Seconds(60.0)});
+  std::vector<RawSocket> clinging;
+  for (int i = 0; i < 200; ++i) {
+    clinging.push_back(RawSocket::connectedTo(port()));
+    clinging.back().send(healthCheckFrame);
+    ASSERT_EQ(clinging.back().receive(successFrame.size()), successFrame);
+  }
+  expectGoodServiceToOthers();
 }
 
 TEST_F(HostileInputTest, requesterThatNeverStopsSendingIsLeft) {

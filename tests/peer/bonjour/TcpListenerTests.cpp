@@ -24,6 +24,12 @@ std::string frame(std::string_view text) {
   return std::string(text) + '\0';
 }
 
+TEST(ListenerLimits, areWhatIsPromisedToPeers) {
+  EXPECT_EQ(ListenerLimits{}.frame, Seconds(10.0));
+  EXPECT_EQ(ListenerLimits{}.connections, 64u);
+  EXPECT_GE(ListenerLimits{}.replyWhenFull, peerProtocol::commandTimeout);
+}
+
 TEST_F(TcpListenerTest, commandIsHandedOverAndAnswered) {
   start();
   EXPECT_EQ(ask(port(), healthCheckFrame), successFrame);
@@ -204,6 +210,23 @@ TEST_F(TcpListenerTest, commandReceivedBeforeCancellingIsStillAnswered) {
   ASSERT_TRUE(waitForLog("Listener was cancelled"));
   answer(DeviceCommand::operationSuccess);
   EXPECT_EQ(socket.receiveAll(), successFrame);
+}
+
+TEST_F(TcpListenerTest, cancelledListenerHearsNothingOfThoseThatWaitForAPlace) {
+  constexpr auto tooManyCommands = "Too many commands at once: new connections have to wait";
+  log.expectError(tooManyCommands);
+  start({.connections = 1}, false);
+  auto answered = RawSocket::connectedTo(port());
+  answered.send(healthCheckFrame);
+  ASSERT_TRUE(waitForCommands(1));
+  auto waiting = RawSocket::connectedTo(port());
+  waiting.send(healthCheckFrame);
+  ASSERT_TRUE(waitForLog(tooManyCommands));
+  cancelListener();
+  EXPECT_EQ(waiting.receiveAll(), "");
+  answer(DeviceCommand::operationSuccess);
+  EXPECT_EQ(answered.receiveAll(), successFrame);
+  EXPECT_THAT(received(), ElementsAre("HEALTH_CHECK"));
 }
 
 TEST_F(TcpListenerTest, replyAfterTheNetworkThreadHasEndedIsHarmless) {
