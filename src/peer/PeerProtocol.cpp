@@ -11,7 +11,7 @@ constexpr std::size_t quotedReplyLength = 30;  // characters
 }  // namespace
 
 PeerReply replyFromText(std::optional<std::string_view> text) {
-  if (!text || text->empty() || !isUtf8(*text)) return PeerReply::failed("no_response");
+  if (!text || !isUtf8(*text)) return PeerReply::failed("no_response");
   if (const auto command = deviceCommandFromRawValue(*text)) return {command, std::nullopt};
   return PeerReply::failed("bad_cmd: " + std::string(firstCharacters(*text, quotedReplyLength)));
 }

@@ -32,7 +32,7 @@ struct PeerReply {
   bool operator==(const PeerReply&) const = default;
 };
 
-/// Reads a reply: no text (or an empty one, or bytes that are not UTF-8) is "no_response", a text that is no command
+/// Reads a reply: no text (or bytes that are not UTF-8) is "no_response", a text that is no command, be it empty,
 /// "bad_cmd: " and its first 30 characters.
 PeerReply replyFromText(std::optional<std::string_view> text);
 

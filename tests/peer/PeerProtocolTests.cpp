@@ -30,7 +30,6 @@ TEST(PeerProtocol, onlySuccessSucceeds) {
 
 TEST(PeerProtocol, noTextIsNoResponse) {
   EXPECT_EQ(replyFromText(std::nullopt), noResponse);
-  EXPECT_EQ(replyFromText(""), noResponse);
 }
 
 TEST(PeerProtocol, undecodableBytesAreNoResponse) {
@@ -41,6 +40,10 @@ TEST(PeerProtocol, junkIsABadCommandWithItsFirstThirtyCharacters) {
   const auto junk = std::string(30, 'a') + std::string(170, 'b');
   EXPECT_EQ(replyFromText(junk), PeerReply::failed("bad_cmd: " + std::string(30, 'a')));
   EXPECT_EQ(replyFromText("op_success"), PeerReply::failed("bad_cmd: op_success"));
+}
+
+TEST(PeerProtocol, anEmptyTextIsABadCommand) {
+  EXPECT_EQ(replyFromText(""), PeerReply::failed("bad_cmd: "));
 }
 
 TEST(PeerProtocol, junkIsCutAtCharactersNotBytes) {

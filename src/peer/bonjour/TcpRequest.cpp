@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <memory>
 #include <netinet/tcp.h>
+#include <optional>
 #include <string_view>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -148,8 +149,9 @@ void TcpRequest::received(asio::error_code error, std::size_t count) {
 }
 
 void TcpRequest::connectionEnded() {
-  logger.info("Connection ended before delimiter ({} bytes)", reader_.message().size());
-  complete(replyFromText(reader_.message()));
+  const auto& text = reader_.message();
+  logger.info("Connection ended before delimiter ({} bytes)", text.size());
+  complete(replyFromText(text.empty() ? std::nullopt : std::optional<std::string_view>(text)));
 }
 
 /// `tell` runs together with the completion: whoever reads there that the request is over may send the next one.

@@ -142,8 +142,8 @@ TEST_F(TcpRequestTest, replyThatIsNotTextIsNoResponse) {
   EXPECT_EQ(requestAnsweredWith(frame("OP_SUCCESS\xff")), PeerReply::failed("no_response"));
 }
 
-TEST_F(TcpRequestTest, emptyReplyIsNoResponse) {
-  EXPECT_EQ(requestAnsweredWith(frame("")), PeerReply::failed("no_response"));
+TEST_F(TcpRequestTest, aDelimiterAloneIsAReplyThatIsNoCommand) {
+  EXPECT_EQ(requestAnsweredWith(frame("")), PeerReply::failed("bad_cmd: "));
 }
 
 TEST_F(TcpRequestTest, peerThatClosesAtOnceGivesNoResponse) {
