@@ -81,15 +81,10 @@ void ServiceBrowserDelegate::serviceRemoved(const std::string& name) {
   services_.erase(name);
   const auto known = serviceIDsByName_.extract(name);
   const auto id = known ? known.mapped() : name;
-  store_.peerTransportLost(id);
-  reportNamesakeOf(id);
-}
-
-/// Whatever carries the same id in its name has taken the address of the one that is still there.
-void ServiceBrowserDelegate::reportNamesakeOf(const std::string& id) {
-  const auto remaining = std::find_if(serviceIDsByName_.begin(), serviceIDsByName_.end(),
-                                      [&id](const auto& entry) { return entry.second == id; });
-  if (remaining != serviceIDsByName_.end()) report(id, services_.at(remaining->first));
+  const auto namesake = std::find_if(serviceIDsByName_.begin(), serviceIDsByName_.end(),
+                                     [&id](const auto& entry) { return entry.second == id; });
+  if (namesake == serviceIDsByName_.end()) return store_.peerTransportLost(id);
+  report(id, services_.at(namesake->first));  // the one that went may have taken its address
 }
 
 }  // namespace zolvex

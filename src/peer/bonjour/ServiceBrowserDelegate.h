@@ -18,9 +18,10 @@ namespace zolvex {
 std::optional<std::string> peerIdFromServiceName(std::string_view name);
 
 /// Turns the services on the network into peer records: a found service is resolved, a resolved one becomes a record
-/// for the registry, a removed one is reported as lost. Our own service shows up among them and is left out: it is the
-/// one with the name we got, of which there is only one on the network. Until we have got a name, services that this
-/// computer seems to publish wait: one of another computer looks like that, too, while we still contend for its name.
+/// for the registry, a removed one is reported as lost unless another one has the same id. Our own service shows up
+/// among them and is left out: it is the one with the name we got, of which there is only one on the network. Until we
+/// have got a name, services that this computer seems to publish wait: one of another computer looks like that, too,
+/// while we still contend for its name.
 /// Owned by the transport, one for each start. Main thread.
 class ServiceBrowserDelegate final : public ServiceBrowserListener {
  public:
@@ -46,7 +47,6 @@ class ServiceBrowserDelegate final : public ServiceBrowserListener {
 
   bool mayBeOwn(const std::string& name, const Service& service) const;
   void report(const std::string& id, const Service& service);
-  void reportNamesakeOf(const std::string& id);
 
   ServiceBrowser& browser_;
   const MainQueue& mainQueue_;

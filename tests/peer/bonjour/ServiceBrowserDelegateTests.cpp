@@ -109,6 +109,9 @@ TEST_F(ServiceBrowserDelegateTest, aServiceThatRemainsTakesTheIdBackFromOneThatW
   delegate.serviceRemoved("Zolvex-ABC123 #2");
   ASSERT_EQ(discoveredIds(), (std::vector<std::string>{"ABC123", "ABC123", "ABC123"}));
   EXPECT_EQ(store.discovered.back().port, 4711);
+  EXPECT_THAT(store.lost, IsEmpty());
+  delegate.serviceRemoved("Zolvex-ABC123");
+  EXPECT_THAT(store.lost, ElementsAre("ABC123"));
 }
 
 TEST_F(ServiceBrowserDelegateTest, lateAnswerForARemovedServiceIsIgnored) {
