@@ -263,6 +263,14 @@ TEST_F(ZolvexctlTest, whatCannotBeSavedIsNoSuccess) {
   }
 }
 
+TEST_F(ZolvexctlTest, theRegisteredPeerIsNotOfferedAgainWhenItIsFoundAgain) {
+  world.peer.discover(peerRecord(world.time.now()));
+  ASSERT_FALSE(world.network().discoveredNetworkDevices().empty());
+  EXPECT_EQ(run({u"peers"_s}), 0);
+  EXPECT_TRUE(output.starts_with("Peer:\n  ABC123  ")) << output;
+  EXPECT_EQ(output.find("Found:"), std::string::npos) << output;
+}
+
 TEST_F(ZolvexctlTest, theTransportIsOneOfTwo) {
   EXPECT_EQ(run({u"transport"_s, u"bluetooth"_s}), 0);
   EXPECT_EQ(world.network().transportMode(), "bluetooth");

@@ -98,6 +98,17 @@ PairedRows sorted(const QVariant& devices) {
   return rows;
 }
 
+/// Without those that are registered: one that has restarted is found again, and there is nothing to add.
+QVariant newPeers(const QVariantMap& state) {
+  const auto registered = qdbus_cast<PeerRows>(state[u"RegisteredPeers"_s]);
+  auto found = qdbus_cast<PeerRows>(state[u"DiscoveredPeers"_s]);
+  found.removeIf([&registered](const PeerRow& row) {
+    return std::any_of(registered.begin(), registered.end(),
+                       [&row](const PeerRow& known) { return known.id == row.id; });
+  });
+  return QVariant::fromValue(found);
+}
+
 }  // namespace
 
 std::string shown(const QString& text) {
@@ -141,7 +152,7 @@ std::string pairedDevicesJson(const QVariant& devices) {
 
 std::string peers(const QVariantMap& state) {
   const auto registered = lines<PeerRows>(state[u"RegisteredPeers"_s], "  ");
-  const auto discovered = lines<PeerRows>(state[u"DiscoveredPeers"_s], "  ");
+  const auto discovered = lines<PeerRows>(newPeers(state), "  ");
   auto text = registered.empty() ? "Peer:   No peer added\n" : "Peer:\n" + registered;
   if (!discovered.empty()) return text + "Found:\n" + discovered + "Add one with: zolvexctl add-peer ID\n";
   return text + (registered.empty() ? "Found:  none yet. Searching for peer...\n" : "");
