@@ -71,8 +71,9 @@ class ServiceBrowser {
   virtual void searchForServices(const std::string& type, const std::string& domain,
                                  ServiceBrowserListener& listener) = 0;
 
-  /// Looks up a found service and answers with serviceResolved(), or not at all when `limit` passes first. When the
-  /// service moves later on, serviceResolved() is called again.
+  /// Looks up a found service and answers with serviceResolved(). What is not known within `limit` is looked up again
+  /// after a pause for as long as the service is there, so the answer may come late or never. When the service moves
+  /// later on, serviceResolved() is called again.
   virtual void resolve(const std::string& name, Seconds limit) = 0;
 
   /// Afterwards the listener is not called any more.
