@@ -20,7 +20,10 @@ class ScriptedService final : public QDBusVirtualObject {
     connection_.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath);
     isRegistered_ = connection_.registerService(name);
   }
-  ~ScriptedService() override { QDBusConnection::disconnectFromBus(connection_.name()); }
+  ~ScriptedService() override {
+    connection_.unregisterObject(QStringLiteral("/"), QDBusConnection::UnregisterTree);  // calls may be on their way
+    QDBusConnection::disconnectFromBus(connection_.name());
+  }
 
   bool isRegistered() const { return isRegistered_; }
   const std::vector<QDBusMessage>& calls() const { return calls_; }
