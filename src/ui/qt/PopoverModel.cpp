@@ -18,7 +18,8 @@ PopoverModel::PopoverModel(const UserInterfaceObjects& objects, QObject* parent)
 void PopoverModel::open() {
   isOpen_ = true;
   use_.deviceManager.refreshFromLiveState();
-  refresh();
+  main_.refresh();
+  if (showSettings_) settings_.appear();
 }
 
 void PopoverModel::refresh() {
@@ -31,6 +32,7 @@ void PopoverModel::showSettings() {
   if (showSettings_) return;
   showSettings_ = true;
   settings_.open();
+  if (isOpen_) settings_.appear();
   Q_EMIT pageChanged();
 }
 

@@ -15,6 +15,9 @@ SettingsModel::SettingsModel(const UserInterfaceObjects& objects, QObject* paren
 
 void SettingsModel::open() {
   pairedDevices_.loadSelection();
+}
+
+void SettingsModel::appear() {
   preferences_.open();
   expanded_ = sectionAtOpening(expanded_, !use_.bluetoothStore.peripherals().empty());
   peers_.refresh();

@@ -41,8 +41,12 @@ class SettingsModel final : public QObject {
 
   explicit SettingsModel(const UserInterfaceObjects& objects, QObject* parent = nullptr);
 
-  /// The page opens.
+  /// The page replaces the main page: what is ticked is what is managed.
   void open();
+
+  /// The page comes into sight, which it also does when the popover was closed for a while, perhaps to pair a device or
+  /// to change something elsewhere. What is ticked stays.
+  void appear();
   void refresh();
 
   QString backSymbol() const;

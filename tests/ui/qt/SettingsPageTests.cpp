@@ -83,6 +83,41 @@ TEST_F(SettingsPageTest, openingTheDevicesScansAgain) {
   EXPECT_EQ(ui->text(u"nothingFound"_s), u"No paired Bluetooth devices found"_s);
 }
 
+TEST_F(SettingsPageTest, comingBackToItShowsWhatHasChangedElsewhere) {
+  openWith({}, true);
+  answerScan({});
+  click(u"devicesHeader"_s);
+  ui->popover.close();
+  ui->launchAtLogin.isEnabled = true;
+  ui->open();
+  EXPECT_EQ(ui->scans, 2);
+  EXPECT_TRUE(ui->model.settings()->devicesHeader().isExpanded);
+  EXPECT_TRUE(ui->model.settings()->preferences()->launchAtLogin().isOn);
+  answerScan({{"A1", "Magic Keyboard", true}});
+  EXPECT_TRUE(ui->isVisible(u"device A1"_s));
+}
+
+TEST_F(SettingsPageTest, comingBackToItKeepsWhatIsTickedButNotSaved) {
+  openWith({}, true);
+  answerScan({{"A1", "Magic Keyboard", true}});
+  click(u"device A1"_s);
+  ui->popover.close();
+  ui->open();
+  EXPECT_EQ(ui->model.settings()->devicesHeader().summary, u"1 device selected"_s);
+  ui->press(Qt::Key_Escape);
+  ui->click(u"settings"_s);
+  EXPECT_EQ(ui->model.settings()->devicesHeader().summary, u"No devices selected"_s) << "opened anew";
+}
+
+TEST_F(SettingsPageTest, scansOnceWhenThePopoverOpensWithIt) {
+  ui.emplace();
+  ui->model.showSettings();
+  EXPECT_EQ(ui->scans, 0);
+  ui->open();
+  EXPECT_EQ(ui->scans, 1);
+  EXPECT_EQ(ui->model.settings()->devicesHeader().summary, u"2 devices selected"_s);
+}
+
 TEST_F(SettingsPageTest, preferencesAreInEffectAtOnce) {
   openWith({"Magic Keyboard"}, true);
   click(u"preferencesHeader"_s);
