@@ -98,6 +98,7 @@ UserInterfaceObjects SharedObjects::shown() {
           .launchAtLogin = launchAtLogin_,
           .listPairedDevices = [this](auto answer) { pairedDeviceScan_.list(std::move(answer)); },
           .hotKeyState = [this] { return hotKey_.state(); },
+          .observeHotKeyState = [this](auto observer) { return hotKey_.observeState(std::move(observer)); },
           .uninstall = [this] { uninstaller_.uninstall(); },
           .quit = [] { QCoreApplication::quit(); },
           .helpAddress = [this] { return helpPage_.address(); }};

@@ -4,6 +4,7 @@
 #include "bluetooth/PairedDevicePayload.h"
 #include "core/LaunchAtLogin.h"
 #include "core/MainQueue.h"
+#include "core/Published.h"
 #include "core/UserDefaults.h"
 #include "ownership/DeviceManager.h"
 #include "peer/NetworkDeviceStore.h"
@@ -30,7 +31,9 @@ struct UserInterfaceObjects {
   /// Lists the paired devices in the background and answers on the main thread; an empty list when that failed.
   std::function<void(std::function<void(const PairedDevices&)>)> listPairedDevices;
 
+  /// How it stands with the hot key, and who wants to be told just before that changes: the desktop may answer late.
   std::function<HotKeyState()> hotKeyState;
+  std::function<Subscription(std::function<void(const HotKeyState&)>)> observeHotKeyState;
 
   /// Removes all that Zolvex has put on this computer, then quits.
   std::function<void()> uninstall;

@@ -13,6 +13,7 @@ StateWatch::StateWatch(const UserInterfaceObjects& objects, std::function<void()
   subscriptions_.push_back(objects.bluetoothStore.observePeripherals(anything));
   subscriptions_.push_back(objects.networkStore.observeNetworkDevices(anything));
   subscriptions_.push_back(objects.networkStore.observeDiscoveredNetworkDevices(anything));
+  subscriptions_.push_back(objects.observeHotKeyState(anything));
   subscriptions_.push_back(objects.defaults.changed.observe([this] { touch(); }));
 }
 

@@ -131,6 +131,22 @@ TEST_F(SettingsPageTest, preferencesAreInEffectAtOnce) {
   EXPECT_EQ(ui->world.defaults.boolean(settings::globalHotkeyEnabled), false);
 }
 
+TEST_F(SettingsPageTest, theHotKeysTooltipFollowsALateAnswer) {
+  openWith({"Magic Keyboard"}, true);
+  ui->hotKeys.answersLate = true;
+  ui->hotKeys.outcome = {.status = 1, .isHeldByAnother = true};
+  ui->world.defaults.set(settings::globalHotkeyEnabled, false);
+  ui->hotKey.start();
+  click(u"preferencesHeader"_s);
+  click(u"Global hotkey"_s);
+  const auto tooltip = [this] { return ui->model.settings()->preferences()->globalHotkey().tooltip; };
+  EXPECT_EQ(tooltip(), u"Waiting for the desktop to allow this shortcut."_s);
+  ui->world.log.expectError("Global hotkey registration failed: 1");
+  ui->hotKeys.answer();
+  ui->settle();
+  EXPECT_EQ(tooltip(), u"Another program uses this shortcut."_s);
+}
+
 TEST_F(SettingsPageTest, aFailingLaunchAtLoginShowsWhatIsTrue) {
   openWith({"Magic Keyboard"}, true);
   ui->world.log.expectError("Launch at login error: no");

@@ -50,7 +50,8 @@ UserInterfaceObjects UiWorld::objects() {
                 ++scans;
                 scanAnswer = std::move(answer);
               },
-          .hotKeyState = [this] { return hotKeyState; },
+          .hotKeyState = [this] { return hotKey.state(); },
+          .observeHotKeyState = [this](auto observer) { return hotKey.observeState(std::move(observer)); },
           .uninstall = [this] { ++uninstalls; },
           .quit = [this] { ++quits; },
           .helpAddress = [] { return std::nullopt; }};

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "support/EventLoop.h"
+#include "support/FakeHotKeys.h"
 #include "support/FakeLaunchAtLogin.h"
 #include "support/World.h"
+#include "ui/GlobalHotKey.h"
 #include "ui/qt/Appearance.h"
 #include "ui/qt/Popover.h"
 #include "ui/qt/PopoverModel.h"
@@ -63,11 +65,13 @@ class UiWorld {
   int scans = 0;
   int quits = 0;
   int uninstalls = 0;
-  HotKeyState hotKeyState = HotKeyState::off;
+  FakeHotKeys hotKeys;
+  GlobalHotKey hotKey{{world.time, world.defaults, hotKeys, world.manager()}};  ///< Not started.
   PopoverModel model{objects()};
   Popover popover{model};
 
  private:
+  void open(const std::optional<QRect>& anchor);
   QObject* singleton(const QByteArray& name);
 };
 
