@@ -167,6 +167,16 @@ TEST_F(SettingsPageTest, pickersChooseByKeyboard) {
   EXPECT_EQ(ui->world.network().transportMode(), "bluetooth");
 }
 
+TEST_F(SettingsPageTest, theReleaseTimeCanBeChosenWhileAutoReleaseIsOff) {
+  openWith({"Magic Keyboard"}, true);
+  ui->world.defaults.set(settings::autoRelease, false);
+  click(u"preferencesHeader"_s);
+  ASSERT_TRUE(ui->item(u"releaseTime"_s)->isEnabled());
+  ui->item(u"releaseTime"_s)->forceActiveFocus();
+  ui->press(Qt::Key_Up);
+  EXPECT_EQ(ui->world.defaults.number(settings::autoReleaseHours), 8.0);
+}
+
 TEST_F(SettingsPageTest, removingThePeerIsAskedFor) {
   openWith({"Magic Keyboard"}, true);
   click(u"peerHeader"_s);

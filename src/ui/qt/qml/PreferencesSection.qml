@@ -20,8 +20,6 @@ ColumnLayout {
 
         Picker {
             objectName: "releaseTime"
-            enabled: section.preferences.autoRelease.isOn
-            opacity: enabled ? 1 : 0.5
             model: section.preferences.releaseTimes
             currentIndex: section.preferences.releaseTime
             Accessible.name: section.preferences.autoRelease.title
