@@ -78,6 +78,21 @@ TEST(MainPageTest, returnDoesTheMainAction) {
   EXPECT_EQ(ui.world.peer.sent.back(), DeviceCommand::pleaseRelease);
 }
 
+TEST(MainPageTest, aReturnThatIsHeldDoesTheMainActionOnce) {
+  for (const auto& focused : {u"primary"_s, u"devices"_s}) {
+    UiWorld ui;
+    ui.open();
+    ui.item(focused)->forceActiveFocus();
+    ui.press(Qt::Key_Return);
+    ui.world.advance(Seconds(30));
+    ui.settle();
+    ASSERT_EQ(ui.text(u"primary"_s), u"Release"_s);
+    ui.repeat(Qt::Key_Return);
+    ui.repeat(Qt::Key_Enter);
+    EXPECT_EQ(ui.world.manager().ownershipState(), DeviceOwnershipState::thisMac);
+  }
+}
+
 TEST(MainPageTest, quitQuits) {
   UiWorld ui;
   ui.open();

@@ -120,6 +120,12 @@ void UiWorld::press(int key, Qt::KeyboardModifiers modifiers) {
   settle();
 }
 
+void UiWorld::repeat(int key) {
+  QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, QString(), true);
+  QCoreApplication::sendEvent(&window(), &event);
+  settle();
+}
+
 NetworkDevice peerNamed(const std::string& id, const std::string& name, Date now) {
   return {id, name, "192.0.2.9", std::uint16_t{4712}, now, true, now};
 }

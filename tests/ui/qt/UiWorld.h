@@ -48,6 +48,9 @@ class UiWorld {
   void click(const QString& name);
   void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
 
+  /// The key is still down, and the keyboard says so again.
+  void repeat(int key);
+
   /// Of all visible items of the window.
   std::vector<QQuickItem*> items();
 

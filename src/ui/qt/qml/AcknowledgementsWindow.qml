@@ -22,7 +22,7 @@ Window {
         anchors.fill: parent
         focus: true
         Keys.onEscapePressed: window.close()
-        Keys.onReturnPressed: window.close()
+        Keys.onReturnPressed: event => { if (!event.isAutoRepeat) window.close() }
 
         ColumnLayout {
             id: column

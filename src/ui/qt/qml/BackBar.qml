@@ -15,8 +15,8 @@ T.Button {
     Accessible.name: "Back"
     Accessible.description: text
     Accessible.onPressAction: bar.clicked()
-    Keys.onReturnPressed: bar.clicked()
-    Keys.onEnterPressed: bar.clicked()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) bar.clicked() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) bar.clicked() }
 
     background: Rectangle {
         radius: Theme.smallRadius

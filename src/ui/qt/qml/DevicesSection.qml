@@ -73,8 +73,8 @@ ColumnLayout {
             Accessible.onToggleAction: row.clicked()
             nextCheckState: function() { return row.isSelected ? Qt.Checked : Qt.Unchecked }
             onClicked: section.devices.toggle(rowId)
-            Keys.onReturnPressed: row.clicked()
-            Keys.onEnterPressed: row.clicked()
+            Keys.onReturnPressed: event => { if (!event.isAutoRepeat) row.clicked() }
+            Keys.onEnterPressed: event => { if (!event.isAutoRepeat) row.clicked() }
 
             background: Rectangle {
                 radius: Theme.smallRadius

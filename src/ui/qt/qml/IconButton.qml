@@ -12,8 +12,8 @@ T.Button {
     implicitHeight: implicitWidth
     Accessible.name: text
     Accessible.onPressAction: button.clicked()
-    Keys.onReturnPressed: button.clicked()
-    Keys.onEnterPressed: button.clicked()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) button.clicked() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) button.clicked() }
 
     background: Rectangle {
         radius: Theme.smallRadius

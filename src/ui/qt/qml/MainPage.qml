@@ -14,8 +14,8 @@ FocusScope {
 
     implicitHeight: column.implicitHeight + 2 * Theme.margin
     Component.onCompleted: primary.forceActiveFocus()
-    Keys.onReturnPressed: shown.runPrimary()
-    Keys.onEnterPressed: shown.runPrimary()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) shown.runPrimary() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) shown.runPrimary() }
 
     ColumnLayout {
         id: column

@@ -14,8 +14,8 @@ T.ComboBox {
     rightPadding: 10 + Theme.symbol
     Accessible.description: displayText
     Accessible.onPressAction: if (enabled) popup.open()
-    Keys.onReturnPressed: popup.open()
-    Keys.onEnterPressed: popup.open()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) popup.open() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) popup.open() }
 
     function widest(): real {
         let width = 0

@@ -24,8 +24,8 @@ T.Button {
     opacity: enabled ? 1 : 0.5
     Accessible.description: enabled ? "" : "Not available"  // Qt 6.4 does not tell that by itself
     Accessible.onPressAction: if (button.enabled) button.clicked()
-    Keys.onReturnPressed: button.clicked()
-    Keys.onEnterPressed: button.clicked()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) button.clicked() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) button.clicked() }
 
     background: Rectangle {
         radius: button.isSmall ? Theme.smallRadius : Theme.radius

@@ -18,8 +18,8 @@ T.Button {
     Accessible.checkable: true
     Accessible.checked: section.isExpanded
     Accessible.onPressAction: header.clicked()
-    Keys.onReturnPressed: header.clicked()
-    Keys.onEnterPressed: header.clicked()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) header.clicked() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) header.clicked() }
 
     background: Rectangle {
         radius: Theme.radius

@@ -18,8 +18,8 @@ FocusScope {
 
     implicitHeight: Math.min(sections.implicitHeight + frameHeight, maximumHeight)
     Component.onCompleted: forceActiveFocus()
-    Keys.onReturnPressed: shown.save()
-    Keys.onEnterPressed: shown.save()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) shown.save() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) shown.save() }
 
     BackBar {
         id: back

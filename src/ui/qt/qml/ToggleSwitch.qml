@@ -10,8 +10,8 @@ T.Switch {
     implicitHeight: Theme.switchHeight
     Accessible.onPressAction: flip()
     Accessible.onToggleAction: flip()
-    Keys.onReturnPressed: flip()
-    Keys.onEnterPressed: flip()
+    Keys.onReturnPressed: event => { if (!event.isAutoRepeat) flip() }
+    Keys.onEnterPressed: event => { if (!event.isAutoRepeat) flip() }
 
     function flip(): void {
         toggle()
