@@ -107,8 +107,20 @@ TEST(MainPageTest, aPeerIsReachableFor45Seconds) {
   auto peer = peerNamed("ab12-cd34-ef", "Studio", ui.world.time.now());
   ui.world.network().registerPeer(peer);
   ui.open();
-  EXPECT_EQ(ui.text(u"peerText"_s), u"Peer reachable, ID AB12CD"_s);
-  EXPECT_EQ(ui.item(u"peerDot"_s)->property("role"), u"green"_s);
+  const auto expectShown = [&ui](const QString& text, const QString& colour) {
+    EXPECT_EQ(ui.text(u"peerText"_s), text);
+    EXPECT_EQ(ui.item(u"peerDot"_s)->property("role"), colour);
+  };
+  expectShown(u"Peer reachable, ID AB12CD"_s, u"green"_s);
+  const auto openAgainAfter = [&ui](Seconds time) {
+    ui.popover.close();
+    ui.world.advance(time);
+    ui.open();
+  };
+  openAgainAfter(Seconds(44.9));
+  expectShown(u"Peer reachable, ID AB12CD"_s, u"green"_s);
+  openAgainAfter(Seconds(0.1));
+  expectShown(u"Peer waiting, ID AB12CD"_s, u"gray"_s);
 }
 
 }  // namespace
