@@ -24,7 +24,8 @@ PortalSettings::PortalSettings(QObject* parent) : QObject(parent) {}
 void PortalSettings::start() {
   auto bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return;
-  bus.connect(service, object, interface, u"SettingChanged"_s, this,
+  // From any sender, because naming one would make a blocking call; the portal's path and interface are its own.
+  bus.connect(QString(), object, interface, u"SettingChanged"_s, this,
               SLOT(settingChanged(QString, QString, QDBusVariant)));
   auto call = QDBusMessage::createMethodCall(service, object, interface, u"ReadAll"_s);
   call << QStringList{u"org.freedesktop.appearance"_s, u"org.gnome.desktop.interface"_s,

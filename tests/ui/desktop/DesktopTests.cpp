@@ -98,6 +98,17 @@ TEST_F(DesktopTest, clicksInsideAndTheWheelOnAPanelDoNotClose) {
   expectQuietEnd();
 }
 
+TEST_F(DesktopTest, theFirstOpeningDoesNotWaitForAHungBus) {
+  desktop.computer.writeSettings(setUp);
+  ASSERT_TRUE(desktop.startZolvex());
+  ASSERT_TRUE(zolvex().complains(docked));
+  const auto bus = static_cast<pid_t>(desktop.computer.sessionBus.processId());
+  ASSERT_EQ(kill(bus, SIGSTOP), 0);
+  waitForDock();
+  EXPECT_EQ(kill(bus, SIGCONT), 0);
+  expectQuietEnd();
+}
+
 TEST_F(DesktopTest, theVeryFirstStartOpensThePopoverAndLaterOnesDoNot) {
   ASSERT_TRUE(desktop.startZolvex());
   EXPECT_TRUE(desktop.isShown());
