@@ -98,6 +98,20 @@ TEST_F(DesktopTest, clicksInsideAndTheWheelOnAPanelDoNotClose) {
   expectQuietEnd();
 }
 
+TEST_F(DesktopTest, theLicenceLeavesThePopoverAtItsIcon) {
+  startDocked();
+  desktop.click(DesktopWorld::icon);
+  ASSERT_TRUE(desktop.isShown());
+  for (const auto& key : {u"shift+Tab"_s, u"shift+Tab"_s, u"Return"_s}) desktop.press(key);  // the About page
+  for (const auto& key : {u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Tab"_s, u"Return"_s}) desktop.press(key);
+  ASSERT_TRUE(desktop.isShown(u"Acknowledgements"_s));
+  EXPECT_FALSE(desktop.isHidden(std::chrono::milliseconds(600)));
+  desktop.press(u"Escape"_s);
+  EXPECT_TRUE(runUntil([this] { return !desktop.isShownNow(u"Acknowledgements"_s); }));
+  EXPECT_FALSE(desktop.isHidden(std::chrono::milliseconds(600)));
+  expectQuietEnd();
+}
+
 TEST_F(DesktopTest, theFirstOpeningDoesNotWaitForAHungBus) {
   desktop.computer.writeSettings(setUp);
   ASSERT_TRUE(desktop.startZolvex());

@@ -64,13 +64,14 @@ void XDesktop::press(const QString& key) {
   xdotool({u"key"_s, key});
 }
 
-bool XDesktop::isShownNow() {
-  ProgramRun search(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"^Zolvex$"_s}, displayVariables());
+bool XDesktop::isShownNow(const QString& title) {
+  ProgramRun search(u"xdotool"_s, {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"^%1$"_s.arg(title)},
+                    displayVariables());
   return search.exitStatus() == 0;
 }
 
-bool XDesktop::isShown() {
-  return runUntil([this] { return isShownNow(); });
+bool XDesktop::isShown(const QString& title) {
+  return runUntil([&] { return isShownNow(title); });
 }
 
 bool XDesktop::isHidden(std::chrono::milliseconds limit) {

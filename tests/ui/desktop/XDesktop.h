@@ -31,10 +31,10 @@ class XDesktop {
   void click(const QPoint& position, int button = 1);
   void press(const QString& key);
 
-  /// Whether the popover is to be seen, or is not any more, soon.
-  [[nodiscard]] bool isShown();
+  /// Whether the popover, or the window of this title, is to be seen, or is not any more, soon.
+  [[nodiscard]] bool isShown(const QString& title = QStringLiteral("Zolvex"));
   [[nodiscard]] bool isHidden(std::chrono::milliseconds limit = patience);
-  bool isShownNow();
+  bool isShownNow(const QString& title = QStringLiteral("Zolvex"));
 
   /// The pixels of a part of the screen, and of the only icon on the panel.
   QByteArray picture(const QRect& area) const;

@@ -41,19 +41,38 @@ TEST(PopoverTest, theAboutPageHasItsButtons) {
   EXPECT_EQ(ui.model.page(), PopoverModel::Page::Main);
 }
 
+/// The window with the licence; null when it is not shown.
+QWindow* acknowledgements() {
+  const auto windows = QGuiApplication::topLevelWindows();
+  const auto found = std::find_if(windows.begin(), windows.end(), [](const auto* window) {
+    return window->isVisible() && window->title() == u"Acknowledgements"_s;
+  });
+  return found == windows.end() ? nullptr : *found;
+}
+
 TEST(PopoverTest, acknowledgementsOpenAWindowWithTheLicence) {
   UiWorld ui;
   ui.open();
   ui.click(u"about"_s);
   ui.click(u"Acknowledgements"_s);
-  const auto windows = QGuiApplication::topLevelWindows();
-  const auto found = std::find_if(windows.begin(), windows.end(),
-                                  [](const auto* window) { return window->title() == u"Acknowledgements"_s; });
-  ASSERT_NE(found, windows.end());
-  EXPECT_TRUE((*found)->isVisible());
-  (*found)->close();
+  auto* const window = acknowledgements();
+  ASSERT_NE(window, nullptr);
+  window->close();
   ui.click(u"back"_s);  // and Qt lets go of a page's picture when it draws the next page
   EXPECT_EQ(ui.model.page(), PopoverModel::Page::Main) << "the popover can be used again";
+}
+
+TEST(PopoverTest, acknowledgementsLeaveThePopoverAtItsIcon) {
+  UiWorld ui;
+  ui.openAt({600, 2, 24, 24});
+  ui.click(u"about"_s);
+  ui.click(u"Acknowledgements"_s);
+  ASSERT_TRUE(runUntil([] { return acknowledgements() && acknowledgements() == QGuiApplication::focusWindow(); }));
+  ui.settle();
+  EXPECT_TRUE(ui.popover.isShown());
+  acknowledgements()->close();
+  ui.click(u"back"_s);
+  EXPECT_TRUE(ui.popover.isShown());
 }
 
 TEST(PopoverTest, everyControlIsReachedByTheKeyboard) {

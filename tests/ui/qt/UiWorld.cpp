@@ -63,8 +63,8 @@ void UiWorld::settle() {
   runPending();
 }
 
-void UiWorld::open() {
-  ASSERT_TRUE(popover.show(std::nullopt));
+void UiWorld::open(const std::optional<QRect>& anchor) {
+  ASSERT_TRUE(popover.show(anchor));
   ASSERT_TRUE(runUntil([this] { return window().isExposed(); }));
   settle();
 }

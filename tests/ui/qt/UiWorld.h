@@ -38,7 +38,10 @@ class UiWorld {
   void settle();
 
   /// Opens the popover as a window and waits for its first picture.
-  void open();
+  void open() { open(std::nullopt); }
+
+  /// The same beside an icon.
+  void openAt(const QRect& icon) { open(icon); }
   QQuickWindow& window() { return *popover.window(); }
 
   /// The visible item of this name; fails the test when there is none.
