@@ -107,7 +107,8 @@ void Popover::place() {
   const auto* const screen = anchor_ ? screenAt(anchor_->center()) : QGuiApplication::primaryScreen();
   if (!screen) return;
   const auto available = screen->availableGeometry();
-  window_->setProperty("maximumContentHeight", available.height());
+  const int tallest = anchor_ ? tallestPopover(available) : tallestWindow(window_->frameMargins(), available);
+  window_->setProperty("maximumContentHeight", tallest);
   const QSize size(window_->property("wantedWidth").toInt(), window_->property("wantedHeight").toInt());
   window_->setMinimumSize(size);
   window_->setMaximumSize(size);

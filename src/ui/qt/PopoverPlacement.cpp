@@ -6,13 +6,22 @@ namespace zolvex {
 
 namespace {
 
-constexpr int gap = 6;  // between the icon, or the panel, and the popover
+constexpr int gap = 6;             // between the icon, or the panel, and the popover
+constexpr int usualTitleBar = 40;  // its height, of the larger ones
 
 int clamped(int position, int length, int start, int end) {
   return std::max(start, std::min(position, end - length));
 }
 
 }  // namespace
+
+int tallestPopover(const QRect& available) {
+  return available.height() - 2 * gap;
+}
+
+int tallestWindow(const QMargins& frame, const QRect& available) {
+  return available.height() - std::max(frame.top() + frame.bottom(), usualTitleBar);
+}
 
 QPoint placePopover(const QRect& anchor, const QSize& size, const QRect& available) {
   const auto area = available.adjusted(gap, gap, -gap, -gap);

@@ -1,10 +1,18 @@
 #pragma once
 
+#include <QMargins>
 #include <QPoint>
 #include <QRect>
 #include <QSize>
 
 namespace zolvex {
+
+/// The greatest height of a popover that points at an icon: what placePopover() can place without cutting it off.
+int tallestPopover(const QRect& available);
+
+/// The greatest height of a popover that is a window with `frame`. Before it is shown nobody knows its frame, so there
+/// is always room for a title bar.
+int tallestWindow(const QMargins& frame, const QRect& available);
 
 /// Where a popover of `size` belongs that points at `anchor`, the icon on a panel: below it and centred, or above it
 /// where there is no room below, as near as possible without leaving `available`, the part of the screen that windows

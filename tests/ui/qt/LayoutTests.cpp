@@ -2,6 +2,7 @@
 
 #include <QFont>
 #include <QGuiApplication>
+#include <QScreen>
 
 namespace zolvex::test {
 namespace {
@@ -53,17 +54,40 @@ TEST(LayoutTest, longNamesEndInAnEllipsis) {
   expectTidyPages(ui);
 }
 
-TEST(LayoutTest, nothingOverlapsWithALargeFont) {
-  const auto font = QGuiApplication::font();
-  auto large = font;
-  large.setPointSizeF(font.pointSizeF() * 1.5);
-  QGuiApplication::setFont(large);
-  {
-    UiWorld ui;
-    ui.open();
-    expectTidyPages(ui);
+/// A font that is larger than usual, while it lives.
+class LargeFont {
+ public:
+  explicit LargeFont(double scale) {
+    auto large = font_;
+    large.setPointSizeF(font_.pointSizeF() * scale);
+    QGuiApplication::setFont(large);
   }
-  QGuiApplication::setFont(font);
+  ~LargeFont() { QGuiApplication::setFont(font_); }
+  LargeFont(const LargeFont&) = delete;
+
+ private:
+  const QFont font_ = QGuiApplication::font();
+};
+
+TEST(LayoutTest, nothingOverlapsWithALargeFont) {
+  const LargeFont font(1.5);
+  UiWorld ui;
+  ui.open();
+  expectTidyPages(ui);
+}
+
+TEST(LayoutTest, theListGivesWayWhereTheScreenIsTooSmall) {
+  const LargeFont font(3.5);
+  UiWorld ui({"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12"});
+  ui.openAt({300, 2, 24, 24});
+  const auto screen = ui.window().screen()->availableGeometry();
+  EXPECT_GE(ui.window().y(), screen.top());
+  EXPECT_LE(ui.window().y() + ui.window().height(), screen.top() + screen.height());
+  auto* const list = ui.item(u"devices"_s);
+  ASSERT_LT(list->height(), ui.theme()->property("listHeight").toReal()) << "the screen is large enough";
+  EXPECT_GE(list->height(), ui.theme()->property("leastListHeight").toReal());
+  EXPECT_LE(UiWorld::area(*list).bottom(), UiWorld::area(*ui.item(u"quit"_s)).top());
+  EXPECT_LE(UiWorld::area(*ui.item(u"quit"_s)).bottom(), ui.window().height());
 }
 
 TEST(LayoutTest, twelveDevicesScroll) {

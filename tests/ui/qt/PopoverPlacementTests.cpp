@@ -43,6 +43,26 @@ TEST(PopoverPlacementTest, staysOnTheMonitorOfItsIcon) {
   EXPECT_TRUE(left.contains(placed({-30, 940, 24, 24}, left)));
 }
 
+TEST(PopoverPlacementTest, theTallestStaysOnTheScreenAtEveryPanel) {
+  struct Panel {
+    QRect icon, available;
+  };
+  for (const auto& [icon, available] :
+       {Panel{{600, 2, 24, 24}, {0, 28, 1366, 740}}, Panel{{600, 742, 24, 24}, {0, 0, 1366, 740}},
+        Panel{{2, 300, 24, 24}, {28, 0, 1338, 768}}, Panel{{1340, 300, 24, 24}, {0, 0, 1338, 768}}}) {
+    const QSize tallest(320, tallestPopover(available));
+    EXPECT_GT(tallest.height(), 700);
+    EXPECT_TRUE(available.contains(QRect(placePopover(icon, tallest, available), tallest)))
+        << icon.x() << "," << icon.y();
+  }
+}
+
+TEST(PopoverPlacementTest, aWindowLeavesRoomForItsFrame) {
+  const QRect available(0, 0, 1024, 600);
+  EXPECT_EQ(tallestWindow({4, 60, 4, 4}, available), 536);
+  EXPECT_EQ(tallestWindow({}, available), 560) << "the frame is not known before the window is shown";
+}
+
 TEST(PopoverPlacementTest, oneThatIsTooLargeShowsItsTop) {
   EXPECT_GE(placePopover({600, 2, 24, 24}, {320, 2000}, wholeScreen).y(), 0);
 }

@@ -116,7 +116,10 @@ FocusScope {
 
             objectName: "devices"
             Layout.fillWidth: true
+            Layout.fillHeight: true  // it alone gives way where the screen is small
+            Layout.minimumHeight: Math.min(contentHeight, Theme.leastListHeight)
             Layout.preferredHeight: Math.min(contentHeight, Theme.listHeight)
+            Layout.maximumHeight: Layout.preferredHeight
             Layout.topMargin: -Theme.tinySpacing
             Layout.bottomMargin: -Theme.tinySpacing
             visible: count > 0

@@ -41,6 +41,7 @@ QtObject {
     readonly property int rowHeight: Math.max(30, line + 12)
     readonly property int preferenceHeight: Math.max(30, line + 12)
     readonly property int listHeight: Math.round(rowHeight * 6.5)
+    readonly property int leastListHeight: Math.round(rowHeight * 1.5)
     readonly property int switchHeight: Math.max(18, line)
     readonly property int applicationIcon: 64
     readonly property size licenceSize: Qt.size(Math.max(460, line * 28), Math.max(260, line * 16))
