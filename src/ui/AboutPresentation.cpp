@@ -29,7 +29,7 @@ constexpr std::string_view sparkleLicence =
 AboutPresentation presentAbout(bool canCheckForUpdates) {
   using enum AboutAction;
   return {.buttons = {{
-              {"Check for Updates", checkForUpdates, true, canCheckForUpdates},
+              {"Check for Updates", checkForUpdates, Colour::accent, true, canCheckForUpdates},
               // One page answers all three.
               {"Help Center", openHelp},
               {"Privacy Policy", openHelp},

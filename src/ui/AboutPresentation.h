@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/Colour.h"
 #include "ui/Symbol.h"
 
 #include <array>
@@ -12,6 +13,7 @@ enum class AboutAction { checkForUpdates, openHelp, showAcknowledgements };
 struct AboutButton {
   std::string_view text;
   AboutAction action;
+  Colour tint = Colour::primary;
   bool isProminent = false;
   bool isEnabled = true;
 

@@ -98,8 +98,10 @@ TEST(AboutPresentation, namesTheProgramAndItsMaker) {
 
 TEST(AboutPresentation, offersTheUpdateCheckOnlyWhenOneIsPossible) {
   using enum AboutAction;
-  EXPECT_EQ(presentAbout(false).buttons[0], (AboutButton{"Check for Updates", checkForUpdates, true, false}));
-  EXPECT_EQ(presentAbout(true).buttons[0], (AboutButton{"Check for Updates", checkForUpdates, true, true}));
+  EXPECT_EQ(presentAbout(false).buttons[0],
+            (AboutButton{"Check for Updates", checkForUpdates, Colour::accent, true, false}));
+  EXPECT_EQ(presentAbout(true).buttons[0],
+            (AboutButton{"Check for Updates", checkForUpdates, Colour::accent, true, true}));
 }
 
 TEST(AboutPresentation, opensTheHelpPageWithThreeButtons) {
@@ -107,10 +109,10 @@ TEST(AboutPresentation, opensTheHelpPageWithThreeButtons) {
   for (const bool canCheckForUpdates : {true, false}) {
     const auto buttons = presentAbout(canCheckForUpdates).buttons;
     ASSERT_EQ(buttons.size(), 5u);
-    EXPECT_EQ(buttons[1], (AboutButton{"Help Center", openHelp, false, true}));
-    EXPECT_EQ(buttons[2], (AboutButton{"Privacy Policy", openHelp, false, true}));
-    EXPECT_EQ(buttons[3], (AboutButton{"Terms of Service", openHelp, false, true}));
-    EXPECT_EQ(buttons[4], (AboutButton{"Acknowledgements", showAcknowledgements, false, true}));
+    EXPECT_EQ(buttons[1], (AboutButton{"Help Center", openHelp, Colour::primary, false, true}));
+    EXPECT_EQ(buttons[2], (AboutButton{"Privacy Policy", openHelp, Colour::primary, false, true}));
+    EXPECT_EQ(buttons[3], (AboutButton{"Terms of Service", openHelp, Colour::primary, false, true}));
+    EXPECT_EQ(buttons[4], (AboutButton{"Acknowledgements", showAcknowledgements, Colour::primary, false, true}));
   }
   EXPECT_EQ(helpPath, "/zolvex/help");
 }

@@ -20,6 +20,10 @@ QString AboutModel::title() const {
   return qString(shown_.title);
 }
 
+QString AboutModel::image() const {
+  return qString(shown_.image);
+}
+
 QString AboutModel::line() const {
   return qString(shown_.line);
 }
@@ -44,6 +48,10 @@ QString AboutModel::licence() const {
 
 QString AboutModel::done() const {
   return qString(licence_.done);
+}
+
+QString AboutModel::tint(int index) const {
+  return qString(button(index).tint);
 }
 
 bool AboutModel::isProminent(int index) const {

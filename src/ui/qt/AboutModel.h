@@ -19,6 +19,7 @@ class AboutModel final : public QObject {
   QML_UNCREATABLE("made by the application")
   Q_PROPERTY(QString backSymbol READ backSymbol CONSTANT)
   Q_PROPERTY(QString title READ title CONSTANT)
+  Q_PROPERTY(QString image READ image CONSTANT)
   Q_PROPERTY(QString line READ line CONSTANT)
   Q_PROPERTY(QStringList buttons READ buttons CONSTANT)
   Q_PROPERTY(QString acknowledgements READ acknowledgements CONSTANT)
@@ -33,6 +34,7 @@ class AboutModel final : public QObject {
 
   QString backSymbol() const;
   QString title() const;
+  QString image() const;
   QString line() const;
   QStringList buttons() const;
   QString acknowledgements() const;
@@ -40,6 +42,7 @@ class AboutModel final : public QObject {
   QString licence() const;
   QString done() const;
 
+  Q_INVOKABLE QString tint(int button) const;
   Q_INVOKABLE bool isProminent(int button) const;
   Q_INVOKABLE bool isEnabled(int button) const;
   Q_INVOKABLE void run(int button);

@@ -7,7 +7,7 @@
 namespace zolvex {
 
 PeerSectionModel::PeerSectionModel(const UserInterfaceObjects& objects, QObject* parent)
-    : QObject(parent), use_(objects), discovered_({"name", "dot", "detail", "button"}) {
+    : QObject(parent), use_(objects), discovered_({"name", "dot", "detail", "button", "isProminent", "tint"}) {
   refresh();
 }
 
@@ -19,7 +19,9 @@ void PeerSectionModel::refresh() {
   registered_ = shown.registered ? PeerValue::from(*shown.registered) : PeerValue();
   QList<RowModel::Row> rows;
   for (const auto& row : shown.discovered)
-    rows.append({qString(row.id), {qString(row.name), qString(row.dot), qString(row.detail), qString(row.button)}});
+    rows.append({qString(row.id),
+                 {qString(row.name), qString(row.dot), qString(row.detail), qString(row.button), row.isProminent,
+                  qString(row.tint)}});
   discovered_.setRows(rows);
   Q_EMIT changed();
 }

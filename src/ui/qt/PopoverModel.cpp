@@ -63,6 +63,10 @@ QString PopoverModel::hotKeyTooltip() const {
   return qString(frame_.hotKeyTooltip);
 }
 
+QString PopoverModel::hotKeyColour() const {
+  return qString(frame_.hotKeyColour);
+}
+
 QString PopoverModel::aboutSymbol() const {
   return qString(frame_.about.symbol);
 }
@@ -83,8 +87,16 @@ QString PopoverModel::version() const {
   return qString(presentVersion(shortVersion(), buildNumber()));
 }
 
+QString PopoverModel::versionColour() const {
+  return qString(frame_.versionColour);
+}
+
 QString PopoverModel::quitText() const {
   return qString(frame_.quit);
+}
+
+QString PopoverModel::quitTint() const {
+  return qString(frame_.quitTint);
 }
 
 }  // namespace zolvex

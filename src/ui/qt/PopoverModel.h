@@ -25,12 +25,15 @@ class PopoverModel final : public QObject {
   Q_PROPERTY(QString title READ title CONSTANT)
   Q_PROPERTY(QString hotKeyBadge READ hotKeyBadge CONSTANT)
   Q_PROPERTY(QString hotKeyTooltip READ hotKeyTooltip CONSTANT)
+  Q_PROPERTY(QString hotKeyColour READ hotKeyColour CONSTANT)
   Q_PROPERTY(QString aboutSymbol READ aboutSymbol CONSTANT)
   Q_PROPERTY(QString aboutName READ aboutName CONSTANT)
   Q_PROPERTY(QString settingsSymbol READ settingsSymbol CONSTANT)
   Q_PROPERTY(QString settingsName READ settingsName CONSTANT)
   Q_PROPERTY(QString version READ version CONSTANT)
+  Q_PROPERTY(QString versionColour READ versionColour CONSTANT)
   Q_PROPERTY(QString quitText READ quitText CONSTANT)
+  Q_PROPERTY(QString quitTint READ quitTint CONSTANT)
 
  public:
   enum class Page { Main, About, Settings };  // those of PopoverPage
@@ -49,12 +52,15 @@ class PopoverModel final : public QObject {
   QString title() const;
   QString hotKeyBadge() const;
   QString hotKeyTooltip() const;
+  QString hotKeyColour() const;
   QString aboutSymbol() const;
   QString aboutName() const;
   QString settingsSymbol() const;
   QString settingsName() const;
   QString version() const;
+  QString versionColour() const;
   QString quitText() const;
+  QString quitTint() const;
 
  public Q_SLOTS:
   void showSettings();

@@ -82,6 +82,10 @@ QString SettingsModel::uninstallText() const {
   return qString(SettingsFrame().uninstall);
 }
 
+QString SettingsModel::uninstallTint() const {
+  return qString(SettingsFrame().uninstallTint);
+}
+
 QString SettingsModel::hint() const {
   return qString(setup_.hint);
 }

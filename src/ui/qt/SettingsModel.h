@@ -26,6 +26,7 @@ class SettingsModel final : public QObject {
   Q_PROPERTY(QString title READ title CONSTANT)
   Q_PROPERTY(QString saveText READ saveText CONSTANT)
   Q_PROPERTY(QString uninstallText READ uninstallText CONSTANT)
+  Q_PROPERTY(QString uninstallTint READ uninstallTint CONSTANT)
   Q_PROPERTY(zolvex::SectionValue devicesHeader READ devicesHeader NOTIFY changed)
   Q_PROPERTY(zolvex::SectionValue peerHeader READ peerHeader NOTIFY changed)
   Q_PROPERTY(zolvex::SectionValue preferencesHeader READ preferencesHeader NOTIFY changed)
@@ -53,6 +54,7 @@ class SettingsModel final : public QObject {
   QString title() const;
   QString saveText() const;
   QString uninstallText() const;
+  QString uninstallTint() const;
   SectionValue devicesHeader() const { return headers_[0]; }
   SectionValue peerHeader() const { return headers_[1]; }
   SectionValue preferencesHeader() const { return headers_[2]; }

@@ -40,6 +40,8 @@ PeerValue PeerValue::from(const PeerRow& row) {
   value.dot = qString(row.dot);
   value.detail = qString(row.detail);
   value.button = qString(row.button);
+  value.isProminent = row.isProminent;
+  value.tint = qString(row.tint);
   return value;
 }
 

@@ -71,11 +71,15 @@ struct PeerValue {
   Q_PROPERTY(QString dot MEMBER dot)
   Q_PROPERTY(QString detail MEMBER detail)
   Q_PROPERTY(QString button MEMBER button)
+  Q_PROPERTY(bool isProminent MEMBER isProminent)
+  Q_PROPERTY(QString tint MEMBER tint)
 
  public:
   static PeerValue from(const PeerRow& row);
 
   QString name, dot, detail, button;
+  bool isProminent = false;
+  QString tint;
 };
 
 struct ToggleValue {

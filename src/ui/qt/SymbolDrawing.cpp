@@ -58,7 +58,7 @@ QIcon SymbolDrawing::trayIcon(const QString& iconName) {
 }
 
 QIcon SymbolDrawing::applicationIcon() {
-  return iconOf(symbolPath(u"quenmar.zolvex.app"_s), Qt::black);
+  return iconOf(symbolPath(u"AppIcon"_s), Qt::black);
 }
 
 }  // namespace zolvex

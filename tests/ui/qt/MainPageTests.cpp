@@ -97,6 +97,8 @@ TEST(MainPageTest, quitQuits) {
   UiWorld ui;
   ui.open();
   EXPECT_TRUE(ui.text(u"version"_s).startsWith(u'v'));
+  EXPECT_EQ(ui.item(u"version"_s)->property("color"), ui.theme()->property("tertiary"));
+  EXPECT_EQ(ui.item(u"quit"_s)->property("tint"), u"red"_s);
   ui.click(u"quit"_s);
   EXPECT_EQ(ui.quits, 1);
 }

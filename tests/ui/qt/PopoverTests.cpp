@@ -36,6 +36,8 @@ TEST(PopoverTest, theAboutPageHasItsButtons) {
   for (const auto& name : {u"Check for Updates"_s, u"Help Center"_s, u"Privacy Policy"_s, u"Terms of Service"_s})
     EXPECT_TRUE(ui.isVisible(name));
   EXPECT_FALSE(ui.item(u"Check for Updates"_s)->isEnabled());
+  EXPECT_EQ(ui.item(u"Check for Updates"_s)->property("tint"), u"accent"_s);
+  EXPECT_EQ(ui.item(u"Help Center"_s)->property("tint"), u"primary"_s);
   ui.click(u"Help Center"_s);  // without a help page it does nothing
   ui.click(u"back"_s);
   EXPECT_EQ(ui.model.page(), PopoverModel::Page::Main);

@@ -46,6 +46,8 @@ TEST_F(SettingsPageTest, aNewcomerIsLedToAWorkingSetup) {
   EXPECT_EQ(ui->text(u"searching"_s), u"Searching for peer..."_s);
   ui->world.peer.discover(peerNamed("ABC123", "ABC123", ui->world.time.now()));
   finishMotion();
+  EXPECT_TRUE(ui->item(u"peer ABC123Button"_s)->property("isProminent").toBool());
+  EXPECT_EQ(ui->item(u"peer ABC123Button"_s)->property("tint"), u"accent"_s);
   click(u"peer ABC123Button"_s);
   EXPECT_FALSE(ui->isVisible(u"hint"_s));
   click(u"save"_s);
@@ -180,6 +182,8 @@ TEST_F(SettingsPageTest, theReleaseTimeCanBeChosenWhileAutoReleaseIsOff) {
 TEST_F(SettingsPageTest, removingThePeerIsAskedFor) {
   openWith({"Magic Keyboard"}, true);
   click(u"peerHeader"_s);
+  EXPECT_FALSE(ui->item(u"registeredButton"_s)->property("isProminent").toBool());
+  EXPECT_EQ(ui->item(u"registeredButton"_s)->property("tint"), u"red"_s);
   click(u"registeredButton"_s);
   ui->press(Qt::Key_Escape);
   EXPECT_NE(ui->world.network().registeredPeer(), nullptr);
@@ -191,6 +195,7 @@ TEST_F(SettingsPageTest, removingThePeerIsAskedFor) {
 
 TEST_F(SettingsPageTest, uninstallingIsAskedForAndNoIsTheDefault) {
   openWith({"Magic Keyboard"}, true);
+  EXPECT_EQ(ui->item(u"uninstall"_s)->property("tint"), u"red"_s);
   click(u"uninstall"_s);
   ui->press(Qt::Key_Return);
   EXPECT_EQ(ui->uninstalls, 0);

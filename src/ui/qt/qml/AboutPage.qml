@@ -39,7 +39,7 @@ FocusScope {
                 Layout.alignment: Qt.AlignHCenter
                 Layout.preferredWidth: Theme.applicationIcon
                 Layout.preferredHeight: Theme.applicationIcon
-                name: "quenmar.zolvex.app"
+                name: page.shown.image
                 Accessible.ignored: true
             }
             ThemedText {
@@ -72,7 +72,7 @@ FocusScope {
                     objectName: modelData
                     Layout.fillWidth: true
                     text: modelData
-                    tint: isProminent ? "accent" : "primary"
+                    tint: page.shown.tint(index)
                     isProminent: page.shown.isProminent(index)
                     enabled: page.shown.isEnabled(index)
                     onClicked: page.shown.run(index)

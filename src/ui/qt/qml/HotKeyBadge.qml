@@ -7,13 +7,14 @@ Rectangle {
 
     required property string keys
     required property string tip
+    required property color ink
 
     implicitWidth: Math.ceil(label.implicitWidth) + 12
     implicitHeight: Math.ceil(label.implicitHeight) + 4
     radius: Theme.smallRadius
-    color: Qt.alpha(Theme.secondary, 0.12)
+    color: Qt.alpha(ink, 0.12)
     border.width: 1
-    border.color: Qt.alpha(Theme.secondary, Theme.strong ? 1 : 0.18)
+    border.color: Qt.alpha(ink, Theme.strong ? 1 : 0.18)
     Accessible.role: Accessible.StaticText
     Accessible.name: tip
 
@@ -23,7 +24,7 @@ Rectangle {
         anchors.centerIn: parent
         isHeard: false
         text: badge.keys
-        color: Theme.secondary
+        color: badge.ink
         font.family: "monospace"
         font.pointSize: Theme.captionSize
         font.weight: Font.DemiBold

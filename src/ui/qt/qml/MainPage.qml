@@ -37,6 +37,7 @@ FocusScope {
                 Layout.leftMargin: Theme.tinySpacing
                 keys: page.popover.hotKeyBadge
                 tip: page.popover.hotKeyTooltip
+                ink: Theme.colour(page.popover.hotKeyColour)
             }
             Item {
                 Layout.fillWidth: true
@@ -167,14 +168,14 @@ FocusScope {
                 objectName: "version"
                 Layout.fillWidth: true
                 text: page.popover.version
-                color: Theme.tertiary
+                color: Theme.colour(page.popover.versionColour)
                 font.pointSize: Theme.captionSize
             }
             PushButton {
                 objectName: "quit"
                 Layout.minimumWidth: 50 + leftPadding + rightPadding
                 text: page.popover.quitText
-                tint: "red"
+                tint: page.popover.quitTint
                 isSmall: true
                 onClicked: page.popover.quit()
             }

@@ -10,8 +10,8 @@ RowLayout {
     required property string dot
     required property string detail
     required property string button
-    property bool isProminent: false
-    property string tint: "accent"
+    required property bool isProminent
+    required property string tint
     signal clicked
 
     spacing: Theme.smallSpacing

@@ -37,7 +37,8 @@ ColumnLayout {
         dot: section.peers.registered.dot
         detail: section.peers.registered.detail
         button: section.peers.registered.button
-        tint: "red"
+        isProminent: section.peers.registered.isProminent
+        tint: section.peers.registered.tint
         onClicked: section.removalWanted()
     }
     Repeater {
@@ -48,7 +49,6 @@ ColumnLayout {
 
             objectName: "peer " + rowId
             Layout.fillWidth: true
-            isProminent: true
             onClicked: section.peers.add(rowId)
         }
     }

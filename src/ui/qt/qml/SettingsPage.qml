@@ -117,7 +117,7 @@ FocusScope {
             PushButton {
                 objectName: "uninstall"
                 text: page.shown.uninstallText
-                tint: "red"
+                tint: page.shown.uninstallTint
                 onClicked: uninstallAlert.open()
             }
         }
