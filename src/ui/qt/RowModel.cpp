@@ -21,6 +21,7 @@ void RowModel::setRows(const QList<Row>& rows) {
   const auto before = rows_.size();
   removeMissing(rows);
   for (qsizetype position = 0; position < rows.size(); ++position) place(position, rows[position]);
+  removeFrom(rows.size());
   if (rows_.size() != before) Q_EMIT countChanged();
 }
 
@@ -33,6 +34,14 @@ void RowModel::removeMissing(const QList<Row>& wanted) {
     rows_.removeAt(position);
     endRemoveRows();
   }
+}
+
+/// More rows than one may have had the same id, as what comes from outside does.
+void RowModel::removeFrom(qsizetype position) {
+  if (position >= rows_.size()) return;
+  beginRemoveRows({}, toInt(position), toInt(rows_.size() - 1));
+  rows_.resize(position);
+  endRemoveRows();
 }
 
 /// Every row before `position` is in its place already.

@@ -37,6 +37,7 @@ class RowModel final : public QAbstractListModel {
  private:
   void removeMissing(const QList<Row>& wanted);
   void place(qsizetype position, const Row& row);
+  void removeFrom(qsizetype position);
   qsizetype find(const QString& id, qsizetype from) const;
 
   const QList<QByteArray> roles_;

@@ -41,6 +41,14 @@ TEST_F(RowModelTest, hasTheRowsThatItWasGivenLast) {
   }
 }
 
+TEST_F(RowModelTest, rowsWithTheSameIdComeAndGoLikeOthers) {
+  for (const auto& letters : {u"aa"_s, u"a"_s, u"aba"_s, u"baa"_s, u"ab"_s, u"aAa"_s, u""_s}) {
+    model.setRows(rowsOf(letters));
+    EXPECT_EQ(content(), letters);
+    EXPECT_EQ(model.rowCount(), letters.size());
+  }
+}
+
 TEST_F(RowModelTest, changesOnlyWhatIsDifferent) {
   model.setRows(rowsOf(u"abc"_s));
   changes.clear();
