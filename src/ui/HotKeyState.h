@@ -6,8 +6,8 @@ namespace zolvex {
 
 /// How it stands with the global hot key.
 enum class HotKeyState {
-  off,            ///< Switched off in the settings, or there is no display.
-  waiting,        ///< The desktop has not answered yet.
+  off,            ///< Switched off in the settings.
+  waiting,        ///< The desktop has not answered yet; without a display there is none that ever will.
   registered,     ///< It works.
   heldByAnother,  ///< Another program has it.
   refused,        ///< The desktop or its user does not want it.
