@@ -1,7 +1,7 @@
 #pragma once
 
+#include "platform/UserManagerSocket.h"
 #include "platform/linux/BusLink.h"
-#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/LinuxLaunchAtLogin.h"
 #include "platform/linux/QtMainQueue.h"
 #include "support/LogCapture.h"
@@ -14,8 +14,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 namespace zolvex::test {
 
@@ -41,14 +39,7 @@ struct LaunchAtLoginFixture : testing::Test {
   }
 
   /// The user's systemd runs from now on.
-  void startUserManager() {
-    std::filesystem::create_directories(root / "run/systemd");
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    (root / "run/systemd/private").string().copy(address.sun_path, sizeof address.sun_path - 1);
-    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ASSERT_EQ(bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  }
+  void startUserManager() { makeUserManagerSocket(root / "run"); }
   void reachSessionTarget() { link("0123", root / "run/systemd/units/invocation:graphical-session.target"); }
 
   LinuxLaunchAtLogin launchAtLogin(std::optional<std::string> startedProgram = {}) {

@@ -121,6 +121,22 @@ TEST_F(Unit, thatIsSwitchedOffStaysUntilTheProgramEnds) {
   EXPECT_FALSE(exists(unit));
 }
 
+TEST_F(Unit, takesTheFoldersAlongThatItWasAloneIn) {
+  startUserManager();
+  reachSessionTarget();
+  const auto switchOnAndOff = [this] {
+    auto running = launchAtLogin();
+    EXPECT_EQ(running.enable(), std::nullopt);
+    EXPECT_EQ(running.disable(), std::nullopt);
+  };
+  switchOnAndOff();
+  EXPECT_TRUE(is_empty(root / "config"));
+  writeFile(root / "config/systemd/user/other.service", "[Service]\n");
+  switchOnAndOff();
+  EXPECT_FALSE(exists(unit.parent_path() / "graphical-session.target.wants"));
+  EXPECT_TRUE(exists(root / "config/systemd/user/other.service"));
+}
+
 TEST_F(Unit, thatIsSwitchedOnAgainStays) {
   startUserManager();
   {

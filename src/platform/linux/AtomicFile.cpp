@@ -8,8 +8,8 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace zolvex {
 
@@ -43,6 +43,11 @@ FileFailure makeDirectories(const std::string& path) {
   if (auto failure = makeDirectories(std::filesystem::path(path).parent_path())) return failure;
   if (mkdir(path.c_str(), S_IRWXU) == 0 || errno == EEXIST) return std::nullopt;
   return fileFailure("make the directory", path);
+}
+
+void removeEmptyDirectories(std::filesystem::path directory, const std::filesystem::path& top) {
+  while (directory != top && directory.has_relative_path() && rmdir(directory.c_str()) == 0)
+    directory = directory.parent_path();
 }
 
 FileFailure replaceFile(const std::string& path, std::string_view content, mode_t mode) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,6 +18,10 @@ FileFailure replaceFile(const std::string& path, std::string_view content, mode_
 
 /// Makes missing directories, mode 0700, as the conventions for configuration directories want it.
 FileFailure makeDirectories(const std::string& path);
+
+/// Removes `directory` and those above it as long as they are empty, up to `top`, which stays. One that is a link
+/// stays.
+void removeEmptyDirectories(std::filesystem::path directory, const std::filesystem::path& top);
 
 /// "cannot DO PATH: REASON" with the reason in errno.
 std::string fileFailure(std::string_view whatToDo, const std::string& path);

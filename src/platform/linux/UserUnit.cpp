@@ -94,7 +94,8 @@ std::vector<std::string> linksIn(const std::string& directory) {
 }  // namespace
 
 UserUnit::UserUnit(const std::string& configHome, std::vector<std::string> sharedDirectories, std::string program)
-    : directory_(configHome + "/systemd/user"),
+    : configHome_(configHome),
+      directory_(configHome + "/systemd/user"),
       ownFile_(directory_ + "/" + name),
       sharedDirectories_(std::move(sharedDirectories)),
       program_(std::move(program)) {}
@@ -160,12 +161,16 @@ FileFailure UserUnit::provideFile() const {
 }
 
 FileFailure UserUnit::link() const {
-  const auto folder = directory_ + "/" + target + ".wants";
+  const auto folder = wantsDirectory();
   const auto link = folder + "/" + name;
   if (auto failure = makeDirectories(folder)) return failure;
   unlink(link.c_str());
   if (symlink(fileInForce().value_or(ownFile_).c_str(), link.c_str()) == 0) return std::nullopt;
   return fileFailure("make the link", link);
+}
+
+std::string UserUnit::wantsDirectory() const {
+  return directory_ + "/" + target + ".wants";
 }
 
 FileFailure UserUnit::disable() const {
@@ -176,8 +181,11 @@ FileFailure UserUnit::disable() const {
 }
 
 FileFailure UserUnit::removeUnused() const {
-  if (!isOwnFileOurs() || isLinked() || unlink(ownFile_.c_str()) == 0) return std::nullopt;
-  return fileFailure("remove", ownFile_);
+  if (!isOwnFileOurs() || isLinked()) return std::nullopt;
+  if (unlink(ownFile_.c_str()) != 0) return fileFailure("remove", ownFile_);
+  removeEmptyDirectories(wantsDirectory(), directory_);
+  removeEmptyDirectories(directory_, configHome_);
+  return std::nullopt;
 }
 
 FileFailure UserUnit::followProgram() const {

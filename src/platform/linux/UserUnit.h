@@ -32,7 +32,7 @@ class UserUnit {
   /// service whose file is gone has lost what it was bound to: it would not end with the desktop any more.
   FileFailure disable() const;
 
-  /// Removes the file that it wrote, unless that is enabled again.
+  /// Removes the file that it wrote, unless that is enabled again, and folders that are empty then.
   FileFailure removeUnused() const;
 
   /// Writes the own unit again when it is enabled and starts a program that is no longer there.
@@ -51,7 +51,9 @@ class UserUnit {
   bool isOwnFileOurs() const;
   FileFailure provideFile() const;
   FileFailure link() const;
+  std::string wantsDirectory() const;
 
+  const std::string configHome_;
   const std::string directory_;
   const std::string ownFile_;
   const std::vector<std::string> sharedDirectories_;

@@ -96,15 +96,5 @@ TEST_F(HomeTracesTest, aFolderThatCannotGoIsNamedAndTheOthersGo) {
   EXPECT_FALSE(files.has("home/.cache/zolvex"));
 }
 
-TEST_F(HomeTracesTest, emptyFoldersGoUpToTheTop) {
-  files.makeFolder("prefix/lib/systemd/user");
-  files.make("prefix/lib/other");
-  removeEmptyFolders(files / "prefix/lib/systemd/user", files / "prefix");
-  EXPECT_EQ(files.contentOf("prefix"), (Content{"lib", "lib/other"}));
-  std::filesystem::remove(files / "prefix/lib/other");
-  removeEmptyFolders(files / "prefix/lib", files / "prefix");
-  EXPECT_TRUE(files.has("prefix"));
-}
-
 }  // namespace
 }  // namespace zolvex::test

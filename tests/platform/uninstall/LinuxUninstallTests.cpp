@@ -1,5 +1,6 @@
 #include "core/SettingsKeys.h"
 #include "lab/PrivateBus.h"
+#include "platform/UserManagerSocket.h"
 #include "platform/linux/BusLink.h"
 #include "platform/linux/DesktopNotificationCenter.h"
 #include "platform/linux/FileUserDefaults.h"
@@ -84,6 +85,11 @@ struct LinuxUninstallTest : testing::Test {
     defaults.reset();
     lock.reset();
   }
+  /// What is in the home directory once the trash is gone.
+  Content withoutTrash() const {
+    std::filesystem::remove_all(files / "home/.local/share/Trash");
+    return files.contentOf("home");
+  }
   /// Names of what is in the trash.
   Content trash() const { return files.contentOf("home/.local/share/Trash/files"); }
 
@@ -116,10 +122,31 @@ TEST_F(LinuxUninstallTest, leavesNothingOfOursInTheHomeDirectoryButWhatIsInTheTr
   start("home/.local/bin/zolvex");
   uninstall();
   end();
-  std::filesystem::remove_all(files / "home/.local/share/Trash");
-  EXPECT_EQ(files.contentOf("home"), (Content{".cache", ".config", ".config/other", ".config/other/file", ".local",
-                                              ".local/bin", ".local/bin/other", ".local/share",
-                                              ".local/share/applications", ".local/share/applications/other.desktop"}));
+  EXPECT_EQ(withoutTrash(), (Content{".cache", ".config", ".config/other", ".config/other/file", ".local", ".local/bin",
+                                     ".local/bin/other", ".local/share", ".local/share/applications",
+                                     ".local/share/applications/other.desktop"}));
+}
+
+TEST_F(LinuxUninstallTest, leavesNoFolderThatTheUnitWasIn) {
+  makeUserManagerSocket(files / "run");
+  connect();
+  start("home/.local/bin/zolvex");
+  ASSERT_TRUE(files.has("home/.config/systemd/user/zolvex.service"));
+  uninstall();
+  end();
+  EXPECT_EQ(withoutTrash(), (Content{".config", ".local", ".local/share"}));
+}
+
+TEST_F(LinuxUninstallTest, foldersThatAreLinksStay) {
+  files.makeFolder("home/dotfiles");
+  files.makeFolder("home/.local/share");
+  std::filesystem::create_directory_symlink(files / "home/dotfiles", files / "home/.local/share/applications");
+  files.make("home/.local/share/applications/quenmar.zolvex.app.desktop");
+  connect();
+  start("home/.local/bin/zolvex");
+  uninstall();
+  EXPECT_TRUE(files.has("home/.local/share/applications"));
+  EXPECT_EQ(files.contentOf("home/dotfiles"), Content{});
 }
 
 TEST_F(LinuxUninstallTest, movesAnInstallationOfTheUserToTheTrash) {

@@ -59,10 +59,4 @@ std::optional<std::string> HomeTraces::remove() const {
   return failure;
 }
 
-void removeEmptyFolders(fs::path folder, const fs::path& top) {
-  std::error_code error;
-  while (folder != top && folder.has_relative_path() && fs::remove(folder, error) && !error)
-    folder = folder.parent_path();
-}
-
 }  // namespace zolvex

@@ -20,7 +20,4 @@ struct HomeTraces {
   std::optional<std::string> remove() const;
 };
 
-/// Removes `folder` and the folders above it as long as they are empty, up to `top`, which stays.
-void removeEmptyFolders(std::filesystem::path folder, const std::filesystem::path& top);
-
 }  // namespace zolvex

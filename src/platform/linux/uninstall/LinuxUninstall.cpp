@@ -58,7 +58,7 @@ UninstallSystem::Failure LinuxUninstall::moveToTrash() const {
     if (!file.moveToTrash())
       failure = fmt::format("cannot move {} to the trash: {}", path.string(), file.errorString().toStdString());
     else if (installation_.kind == Installation::Kind::ofUser)
-      removeEmptyFolders(path.parent_path(), installation_.prefix);
+      removeEmptyDirectories(path.parent_path(), installation_.prefix);
   }
   std::error_code ignored;
   if (!std::filesystem::equivalent(installation_.prefix, homeDirectory(), ignored) && !installation_.prefix.empty())
