@@ -11,6 +11,7 @@
 #include "platform/uninstall/FileTree.h"
 #include "support/EventLoop.h"
 #include "support/LogCapture.h"
+#include "support/ProgramRun.h"
 #include "support/ScriptedService.h"
 #include "ui/Uninstaller.h"
 
@@ -125,6 +126,19 @@ TEST_F(LinuxUninstallTest, leavesNothingOfOursInTheHomeDirectoryButWhatIsInTheTr
   EXPECT_EQ(withoutTrash(), (Content{".cache", ".config", ".config/other", ".config/other/file", ".local", ".local/bin",
                                      ".local/bin/other", ".local/share", ".local/share/applications",
                                      ".local/share/applications/other.desktop"}));
+}
+
+TEST_F(LinuxUninstallTest, knowsEachFileThatTheBuildInstalls) {
+  const auto prefix = QString::fromStdString((files / "home/.local").string());
+  ASSERT_EQ(ProgramRun(QStringLiteral(CMAKE), {u"--install"_s, QStringLiteral(BUILD_FOLDER), u"--prefix"_s, prefix})
+                .exitStatus(),
+            0);
+  ASSERT_TRUE(files.has("home/.local/lib/systemd/user/zolvex.service"));
+  connect();
+  start("home/.local/bin/zolvex");
+  uninstall();
+  end();
+  EXPECT_EQ(withoutTrash(), (Content{".config", ".local", ".local/share"}));
 }
 
 TEST_F(LinuxUninstallTest, leavesNoFolderThatTheUnitWasIn) {

@@ -46,7 +46,8 @@ std::vector<fs::path> installedFiles(const fs::path& prefix) {
                            "lib/systemd/user/zolvex.service", "share/zolvex", "share/doc/zolvex"})
     if (isThere(prefix / path)) files.push_back(prefix / path);
   constexpr int iconSizesAndKinds = 3;
-  for (const auto* path : {"share/applications", "share/dbus-1/services", "share/metainfo", "share/icons"})
+  for (const auto* path :
+       {"share/applications", "share/dbus-1/interfaces", "share/dbus-1/services", "share/metainfo", "share/icons"})
     collectNamed(prefix / path, iconSizesAndKinds, files);
   return files;
 }
