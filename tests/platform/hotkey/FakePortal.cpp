@@ -19,6 +19,13 @@ int FakePortal::count(const QString& method) const {
                                         [&](const QDBusMessage& call) { return call.member() == method; }));
 }
 
+QStringList FakePortal::closed() const {
+  QStringList paths;
+  for (const auto& call : service_.calls())
+    if (call.member() == u"Close"_s) paths.append(call.path());
+  return paths;
+}
+
 QDBusMessage FakePortal::call(const QString& method) const {
   const auto found = std::find_if(service_.calls().rbegin(), service_.calls().rend(),
                                   [&](const QDBusMessage& call) { return call.member() == method; });
@@ -39,10 +46,14 @@ QDBusMessage FakePortal::answer(const QDBusMessage& call) {
 }
 
 QDBusMessage FakePortal::answerSession(const QDBusMessage& call, const QVariantMap& options) {
-  const auto request = requestOf(call, options);
+  openCreation_ = requestOf(call, options);
   session_ = u"/org/freedesktop/portal/desktop/session/1_1/"_s + options[u"session_handle_token"_s].toString();
-  if (manners.opensSessions) respond(request, 0, {{u"session_handle"_s, session_}});
-  return call.createReply(QVariant::fromValue(QDBusObjectPath(request)));
+  if (manners.opensSessions) openSession();
+  return call.createReply(QVariant::fromValue(QDBusObjectPath(openCreation_)));
+}
+
+void FakePortal::openSession() {
+  respond(openCreation_, 0, {{u"session_handle"_s, session_}});
 }
 
 QDBusMessage FakePortal::answerBinding(const QDBusMessage& call, const QVariantMap& options) {

@@ -32,6 +32,13 @@ class FakePortal {
   /// The last call of a method.
   QDBusMessage call(const QString& method) const;
 
+  /// The objects that were to be closed, in order.
+  QStringList closed() const;
+
+  /// Opens the session that was asked for last.
+  void openSession();
+  QString session() const { return session_; }
+
   /// The user decides about the binding that is open.
   void decide(unsigned decision);
 
@@ -53,6 +60,7 @@ class FakePortal {
 
   QString client_;
   QString session_;
+  QString openCreation_;
   QString openBinding_;
   ScriptedService service_;
 };

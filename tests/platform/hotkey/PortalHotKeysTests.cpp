@@ -178,6 +178,9 @@ TEST_F(PortalHotKeysTest, aUserWhoNeverDecidesHasRefusedInTheEnd) {
   queue.advance(PortalHotKeys::userLimit);
   ASSERT_TRUE(getsAnswer());
   EXPECT_EQ(outcome->status, PortalRequest::noAnswer);
+  ASSERT_TRUE(calls(u"Close"_s, 2)) << "the question and the session";
+  EXPECT_TRUE(portal->closed().front().contains(u"/request/"_s));
+  EXPECT_EQ(portal->closed().back(), portal->session());
   portal->decide(0);
   settle();
   portal->activate(u"ZLVX-1"_s);
@@ -267,6 +270,36 @@ TEST_F(PortalHotKeysTest, aPortalThatOpensNoSessionIsAskedAgain) {
   portal->manners.opensSessions = true;
   queue.advance(PortalHotKeys::retryInterval);
   EXPECT_TRUE(getsAnswer());
+}
+
+TEST_F(PortalHotKeysTest, aSessionThatComesTooLateIsClosed) {
+  serve({.opensSessions = false});
+  connectLink();
+  ask();
+  ASSERT_TRUE(calls(u"CreateSession"_s, 1));
+  settle();
+  queue.advance(PortalHotKeys::sessionLimit);
+  ASSERT_TRUE(calls(u"Close"_s, 1));
+  EXPECT_TRUE(portal->closed().front().contains(u"/request/"_s)) << "the question is taken back";
+  portal->openSession();
+  ASSERT_TRUE(calls(u"Close"_s, 2));
+  EXPECT_EQ(portal->closed().back(), portal->session());
+  portal->manners.opensSessions = true;
+  queue.advance(PortalHotKeys::retryInterval);
+  ASSERT_TRUE(getsAnswer());
+  EXPECT_EQ(portal->count(u"Close"_s), 2) << "the next one stays";
+}
+
+TEST_F(PortalHotKeysTest, aSessionThatComesAfterTheHotKeyWasGivenUpIsClosed) {
+  serve({.opensSessions = false});
+  connectLink();
+  ask();
+  ASSERT_TRUE(calls(u"CreateSession"_s, 1));
+  hotKeys.unregisterHotKey();
+  ASSERT_TRUE(calls(u"Close"_s, 1));
+  portal->openSession();
+  ASSERT_TRUE(calls(u"Close"_s, 2));
+  EXPECT_EQ(portal->closed().back(), portal->session());
 }
 
 TEST_F(PortalHotKeysTest, aPortalThatNeverAnswersIsLoggedAndAskedAgain) {

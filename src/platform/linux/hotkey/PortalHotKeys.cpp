@@ -45,6 +45,13 @@ const auto shortcutsInterface = u"org.freedesktop.portal.GlobalShortcuts"_s;
 const auto sessionInterface = u"org.freedesktop.portal.Session"_s;
 const auto portalPath = QString::fromLatin1(portal::path);
 
+/// Tells what we ask the portal for from what others do.
+constexpr auto tokenPrefix = "zolvex"_L1;
+
+QString tokenOf(unsigned question) {
+  return tokenPrefix + QString::number(question);
+}
+
 QString textOf(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
@@ -56,6 +63,13 @@ QString idOf(const HotKeyIdentifier& identifier) {
 HotKeyIdentifier identifierOf(const QString& id) {
   const auto dash = id.lastIndexOf(u'-');
   return {id.left(dash).toStdString(), id.mid(dash + 1).toUInt()};
+}
+
+/// The session that a portal has opened; empty where it has opened none.
+QString sessionIn(const QVariantMap& results) {
+  const auto handle = results.value(u"session_handle"_s);
+  const bool isPath = handle.userType() == qMetaTypeId<QDBusObjectPath>();
+  return isPath ? handle.value<QDBusObjectPath>().path() : handle.toString();
 }
 
 /// As the conventions for shortcuts write it.
@@ -79,7 +93,9 @@ PortalHotKeys::PortalHotKeys(MainQueue& mainQueue, BusLink& sessionBus)
       absence_(portal_.absent.observe([this] { portalGone(); })),
       busLoss_(sessionBus.lost.observe([this] { isStartWanted_ = true; })),
       activation_(portal_.listen(portalPath, shortcutsInterface, u"Activated"_s,
-                                 [this](const QDBusMessage& signal) { activated(signal); })) {
+                                 [this](const QDBusMessage& signal) { activated(signal); })),
+      responses_(portal_.listen({}, u"org.freedesktop.portal.Request"_s, u"Response"_s,
+                                [this](const QDBusMessage& signal) { closeLateSession(signal); })) {
   qDBusRegisterMetaType<PortalShortcut>();
   qDBusRegisterMetaType<QList<PortalShortcut>>();
 }
@@ -138,18 +154,26 @@ void PortalHotKeys::introduce() {
 }
 
 void PortalHotKeys::createSession() {
-  ask(u"CreateSession"_s, {}, {{u"session_handle_token"_s, u"zolvex"_s + QString::number(questions_)}}, sessionLimit,
+  sessionToken_ = tokenOf(questions_);
+  ask(u"CreateSession"_s, {}, {{u"session_handle_token"_s, sessionToken_}}, sessionLimit,
       &PortalHotKeys::sessionCreated);
 }
 
 void PortalHotKeys::sessionCreated(const PortalRequest::Response& response) {
   if (response.code == PortalRequest::noAnswer) return silent();
   if (response.code != PortalRequest::success) return refused(response);
-  const auto handle = response.results.value(u"session_handle"_s);
-  const bool isPath = handle.userType() == qMetaTypeId<QDBusObjectPath>();
-  session_ = isPath ? handle.value<QDBusObjectPath>().path() : handle.toString();
+  session_ = sessionIn(response.results);
   closing_ = portal_.listen(session_, sessionInterface, u"Closed"_s, [this](const QDBusMessage&) { sessionClosed(); });
   bind();
+}
+
+/// Of a question that nobody waits for any more. The portal may have been too far with it to be stopped.
+void PortalHotKeys::closeLateSession(const QDBusMessage& response) {
+  if (response.signature() != "ua{sv}"_L1) return;
+  const auto session = sessionIn(qdbus_cast<QVariantMap>(response.arguments().at(1)));
+  const auto token = session.section(u'/', -1);
+  const bool isAwaited = session == session_ || (request_ && token == sessionToken_);
+  if (token.startsWith(tokenPrefix) && !isAwaited) close(session);
 }
 
 void PortalHotKeys::bind() {
@@ -165,7 +189,7 @@ void PortalHotKeys::bound(const PortalRequest::Response& response) {
 
 void PortalHotKeys::ask(const QString& method, const QVariantList& arguments, const QVariantMap& options, Seconds limit,
                         void (PortalHotKeys::*answered)(const PortalRequest::Response&)) {
-  const auto token = u"zolvex"_s + QString::number(++questions_);
+  const auto token = tokenOf(++questions_);
   request_ = std::make_unique<PortalRequest>(
       mainQueue_, portal_, sessionBus_.connection().baseService(),
       PortalRequest::Question{shortcutsInterface, method, arguments, options, token, limit},
@@ -216,8 +240,11 @@ void PortalHotKeys::unregisterHotKey() {
 
 void PortalHotKeys::closeSession() {
   closing_.cancel();
-  if (session_.isEmpty()) return;
-  portal_.call(std::exchange(session_, {}), sessionInterface, u"Close"_s, {}, [](const QDBusMessage&) {});
+  if (!session_.isEmpty()) close(std::exchange(session_, {}));
+}
+
+void PortalHotKeys::close(const QString& session) {
+  portal_.call(session, sessionInterface, u"Close"_s, {}, [](const QDBusMessage&) {});
 }
 
 }  // namespace zolvex

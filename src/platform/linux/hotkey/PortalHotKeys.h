@@ -38,6 +38,7 @@ class PortalHotKeys final : public HotKeys {
   void introduce();
   void createSession();
   void sessionCreated(const PortalRequest::Response& response);
+  void closeLateSession(const QDBusMessage& response);
   void bind();
   void bound(const PortalRequest::Response& response);
 
@@ -48,6 +49,7 @@ class PortalHotKeys final : public HotKeys {
   void activated(const QDBusMessage& signal) const;
   void sessionClosed();
   void closeSession();
+  void close(const QString& session);
 
   MainQueue& mainQueue_;
   BusLink& sessionBus_;
@@ -62,9 +64,10 @@ class PortalHotKeys final : public HotKeys {
   bool isRegistered_ = false;
   bool isResting_ = false;  // until the next try
   unsigned questions_ = 0;
-  QString session_;  // its object; empty without one
+  QString sessionToken_;  // the end of the path of the session that was asked for last
+  QString session_;       // its object; empty without one
   std::unique_ptr<PortalRequest> request_;
-  Subscription appearance_, absence_, busLoss_, activation_, closing_;
+  Subscription appearance_, absence_, busLoss_, activation_, closing_, responses_;
   WorkItem retry_;
   Lifetime lifetime_;
 };

@@ -36,7 +36,11 @@ PortalRequest::PortalRequest(MainQueue& mainQueue, BusService& portal, const QSt
 }
 
 PortalRequest::~PortalRequest() {
-  if (answer_) portal_.call(handle_, requestInterface, u"Close"_s, {}, [](const QDBusMessage&) {});
+  if (answer_) takeBack();
+}
+
+void PortalRequest::takeBack() {
+  portal_.call(handle_, requestInterface, u"Close"_s, {}, [](const QDBusMessage&) {});
 }
 
 void PortalRequest::called(const QDBusMessage& reply) {
@@ -57,6 +61,7 @@ void PortalRequest::responded(const QDBusMessage& signal) {
 
 void PortalRequest::end(const Response& response) {
   limit_.cancel();
+  if (answer_ && response.code == noAnswer) takeBack();
   if (const auto answer = std::exchange(answer_, nullptr)) answer(response);
 }
 

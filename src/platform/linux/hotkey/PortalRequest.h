@@ -24,7 +24,8 @@ inline constexpr auto path = "/org/freedesktop/portal/desktop";
 }  // namespace portal
 
 /// One question to the desktop portal, which may ask the user: a call, and the answer as a signal of an object that
-/// stands for the question. Ends the question when it is destroyed before. The portal outlives this. Main thread.
+/// stands for the question. Takes the question back when its limit is over, or when it is destroyed before the answer.
+/// The portal outlives this. Main thread.
 class PortalRequest {
  public:
   /// The first two are the portal's, the others ours.
@@ -54,6 +55,7 @@ class PortalRequest {
   void called(const QDBusMessage& reply);
   void responded(const QDBusMessage& signal);
   void end(const Response& response);
+  void takeBack();
 
   BusService& portal_;
   QString handle_;
