@@ -1,7 +1,6 @@
 #include "ui/qt/StatusItem.h"
 
 #include "core/Log.h"
-#include "ui/qt/MainModel.h"
 #include "ui/qt/QtText.h"
 #include "ui/qt/SymbolDrawing.h"
 
@@ -37,13 +36,12 @@ void StatusItem::update() {
   shown_ = presentStatusItem(use_.deviceManager.isSwitching(), use_.bluetoothStore.anyConnected());
   if (!icon_) return;
   if (shown_ != before) icon_->setIcon(SymbolDrawing::trayIcon(qString(shown_.iconName)));
-  updateMenu();
+  if (menu_) menu_->update();
 }
 
 void StatusItem::hostChanged() {
   icon_.reset();
   menu_.reset();
-  action_ = nullptr;
   if (host_.kind() == TrayHost::Kind::none) return logger.info("the panel with the status item is gone");
   icon_ = std::make_unique<QSystemTrayIcon>(SymbolDrawing::trayIcon(qString(shown_.iconName)));
   icon_->setToolTip(qString(shown_.accessibleName));
@@ -54,20 +52,8 @@ void StatusItem::hostChanged() {
 }
 
 void StatusItem::provideMenu() {
-  const StatusItemMenu texts = presentStatusItemMenu(use_.bluetoothStore.anyConnected());
-  menu_ = std::make_unique<QMenu>();
-  menu_->addAction(qString(texts.open), this, [this] { popover_.show(anchor()); });
-  action_ = menu_->addAction(qString(texts.action.text), this, [this] {
-    run(presentStatusItemMenu(use_.bluetoothStore.anyConnected()).action.action, use_.deviceManager);
-  });
-  menu_->addSeparator();
-  menu_->addAction(qString(texts.quit), this, [this] { use_.quit(); });
-  connect(menu_.get(), &QMenu::aboutToShow, this, &StatusItem::updateMenu);
-  icon_->setContextMenu(menu_.get());
-}
-
-void StatusItem::updateMenu() {
-  if (action_) action_->setText(qString(presentStatusItemMenu(use_.bluetoothStore.anyConnected()).action.text));
+  menu_ = std::make_unique<StatusMenu>(use_, [this] { popover_.show(anchor()); });
+  icon_->setContextMenu(&menu_->menu());
 }
 
 void StatusItem::clicked(QSystemTrayIcon::ActivationReason reason) {

@@ -3,9 +3,9 @@
 #include "ui/StatusItemPresentation.h"
 #include "ui/UserInterface.h"
 #include "ui/qt/Popover.h"
+#include "ui/qt/StatusMenu.h"
 #include "ui/qt/TrayHost.h"
 
-#include <QMenu>
 #include <QObject>
 #include <QSystemTrayIcon>
 
@@ -39,14 +39,12 @@ class StatusItem final : public QObject {
   void update();
   void hostChanged();
   void provideMenu();
-  void updateMenu();
 
   UserInterfaceObjects use_;
   Popover& popover_;
   TrayHost host_;
   StatusItemPresentation shown_ = presentStatusItem(false, false);
-  std::unique_ptr<QMenu> menu_;  // outlives the icon that shows it
-  QAction* action_ = nullptr;    // of the menu
+  std::unique_ptr<StatusMenu> menu_;  // outlives the icon that shows it
   std::unique_ptr<QSystemTrayIcon> icon_;
   WorkItem nextPoll_;
 };
