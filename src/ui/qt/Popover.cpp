@@ -24,9 +24,6 @@ constexpr Logger logger("UserInterface");
 /// Between losing the keyboard and the click that took it away.
 constexpr std::chrono::milliseconds clickDelay{200};
 
-/// An icon whose place the panel does not tell reaches at least so far around the point where it was clicked.
-constexpr int iconReach = 12;
-
 QScreen* screenAt(const QPoint& point) {
   auto* const screen = QGuiApplication::screenAt(point);
   return screen ? screen : QGuiApplication::primaryScreen();
@@ -133,10 +130,7 @@ void Popover::activeChanged() {
 }
 
 void Popover::clickedElsewhere(const QPoint& position) {
-  const bool isPoint = anchor_ && anchor_->size() == QSize(1, 1);
-  const int reach = isPoint ? iconReach : 0;
-  if (anchor_ && anchor_->adjusted(-reach, -reach, reach, reach).contains(position)) return;
-  close();
+  if (!anchor_ || !anchor_->contains(position)) close();
 }
 
 }  // namespace zolvex

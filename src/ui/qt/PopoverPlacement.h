@@ -19,4 +19,12 @@ int tallestWindow(const QMargins& frame, const QRect& available);
 /// may use. A popover larger than that begins at its top left corner.
 QPoint placePopover(const QRect& anchor, const QSize& size, const QRect& available);
 
+/// Where an icon probably is that was clicked at `click`, on a panel that does not tell its place.
+QRect iconAround(const QPoint& click);
+
+/// Where an icon probably is that was never clicked: the right end of a panel at the top or the bottom, the lower end
+/// of one at a side, as the part of the screen that windows may use tells where the panel is; else the top right
+/// corner. One pixel at the edge of the screen.
+QRect likelyIcon(const QRect& screen, const QRect& available);
+
 }  // namespace zolvex

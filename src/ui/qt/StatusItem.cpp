@@ -1,10 +1,13 @@
 #include "ui/qt/StatusItem.h"
 
 #include "core/Log.h"
+#include "ui/qt/PopoverPlacement.h"
 #include "ui/qt/QtText.h"
 #include "ui/qt/SymbolDrawing.h"
 
 #include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
 
 namespace zolvex {
 
@@ -42,6 +45,7 @@ void StatusItem::update() {
 void StatusItem::hostChanged() {
   icon_.reset();
   menu_.reset();
+  lastClick_.reset();
   if (host_.kind() == TrayHost::Kind::none) return logger.info("the panel with the status item is gone");
   icon_ = std::make_unique<QSystemTrayIcon>(SymbolDrawing::trayIcon(qString(shown_.iconName)));
   icon_->setToolTip(qString(shown_.accessibleName));
@@ -57,6 +61,7 @@ void StatusItem::provideMenu() {
 }
 
 void StatusItem::clicked(QSystemTrayIcon::ActivationReason reason) {
+  lastClick_ = QCursor::pos();
   const bool isRight = reason == QSystemTrayIcon::Context;
   if (isRight && menu_) return;  // the panel shows the menu
   if (isRight && popover_.isShown()) return popover_.close();
@@ -66,8 +71,10 @@ void StatusItem::clicked(QSystemTrayIcon::ActivationReason reason) {
 
 std::optional<QRect> StatusItem::anchor() const {
   if (!icon_) return std::nullopt;
-  const auto geometry = icon_->geometry();
-  return geometry.isEmpty() ? QRect(QCursor::pos(), QSize(1, 1)) : geometry;
+  if (const auto geometry = icon_->geometry(); !geometry.isEmpty()) return geometry;
+  if (lastClick_ && QGuiApplication::screenAt(*lastClick_)) return iconAround(*lastClick_);
+  const auto* const screen = QGuiApplication::primaryScreen();
+  return screen ? std::optional(likelyIcon(screen->geometry(), screen->availableGeometry())) : std::nullopt;
 }
 
 }  // namespace zolvex

@@ -31,7 +31,7 @@ class StatusItem final : public QObject {
   /// What the icon shows, or would show if there were a panel.
   const StatusItemPresentation& shown() const { return shown_; }
 
-  /// Where a popover that is opened now points at; none without a panel.
+  /// Where a popover that is opened now points at: the icon, or where that probably is; none without a panel.
   std::optional<QRect> anchor() const;
 
  private:
@@ -46,6 +46,7 @@ class StatusItem final : public QObject {
   StatusItemPresentation shown_ = presentStatusItem(false, false);
   std::unique_ptr<StatusMenu> menu_;  // outlives the icon that shows it
   std::unique_ptr<QSystemTrayIcon> icon_;
+  std::optional<QPoint> lastClick_;  // on this icon
   WorkItem nextPoll_;
 };
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 
 namespace zolvex::test {
@@ -14,6 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 constexpr auto icon = StatusNotifierPanel::icon;
 constexpr QPoint besideIcon = icon + QPoint(120, 0);
 constexpr int rightButton = 3;
+constexpr int screenWidth = 1280;
 constexpr std::chrono::seconds menuLimit{2};
 
 using Kind = StatusNotifierPanel::Kind;
@@ -46,6 +48,9 @@ struct StatusNotifierTest : testing::TestWithParam<Kind> {
       desktop.click(icon);
       return desktop.isShownNow();
     });
+  }
+  [[nodiscard]] bool isAtTheIcon() {
+    return runUntil([this] { return std::abs(desktop.popover().center().x() - icon.x()) < 5; });
   }
   /// A menu that is on the screen already gets the keyboard some time later, and keys until then are lost.
   [[nodiscard]] bool menuDoes(const QString& key, const std::function<bool()>& isDone) {
@@ -90,6 +95,26 @@ TEST_P(StatusNotifierTest, aRightClickOffersTheMenu) {
   ASSERT_TRUE(desktop.isHidden());
   ASSERT_TRUE(menuDoes(u"Up"_s, [&] { return zolvex().isEnded(); }));  // Quit
   EXPECT_EQ(zolvex().exitStatus(), 0);
+}
+
+TEST_P(StatusNotifierTest, openedByCommandItIsAtTheEndOfThePanelAndLaterWhereTheIconWasClicked) {
+  startPanel();
+  ASSERT_TRUE(desktop.startZolvex());
+  ASSERT_TRUE(zolvex().complains("the status item is in the panel"));
+  desktop.click(DesktopWorld::nowhere);
+  ASSERT_TRUE(desktop.computer.control({u"show"_s}).exitStatus() == 0 && desktop.isShown());
+  EXPECT_TRUE(runUntil([this] { return desktop.popover().right() > screenWidth - 20; }));
+  EXPECT_LT(desktop.popover().top(), 2 * icon.y() + 20);
+  desktop.press(u"Escape"_s);
+  ASSERT_TRUE(desktop.isHidden());
+  ASSERT_TRUE(opensPopover());
+  EXPECT_TRUE(isAtTheIcon());
+  desktop.press(u"Escape"_s);
+  ASSERT_TRUE(desktop.isHidden());
+  desktop.click(DesktopWorld::nowhere);
+  ASSERT_TRUE(desktop.computer.control({u"show"_s}).exitStatus() == 0 && desktop.isShown());
+  EXPECT_TRUE(isAtTheIcon());
+  EXPECT_EQ(desktop.computer.end(), 0);
 }
 
 TEST_P(StatusNotifierTest, thePanelMayComeLateAndRestart) {

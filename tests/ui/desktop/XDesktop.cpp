@@ -70,6 +70,17 @@ bool XDesktop::isShownNow(const QString& title) {
   return search.exitStatus() == 0;
 }
 
+QRect XDesktop::popover() {
+  ProgramRun search(u"xdotool"_s,
+                    {u"search"_s, u"--onlyvisible"_s, u"--name"_s, u"^Zolvex$"_s, u"getwindowgeometry"_s, u"--shell"_s},
+                    displayVariables());
+  EXPECT_EQ(search.exitStatus(), 0);
+  const auto valueOf = [text = QString::fromStdString(search.output())](const QString& name) {
+    return text.section(u'\n' + name + u'=', 1).section(u'\n', 0, 0).toInt();
+  };
+  return {valueOf(u"X"_s), valueOf(u"Y"_s), valueOf(u"WIDTH"_s), valueOf(u"HEIGHT"_s)};
+}
+
 bool XDesktop::isShown(const QString& title) {
   return runUntil([&] { return isShownNow(title); });
 }

@@ -36,6 +36,9 @@ class XDesktop {
   [[nodiscard]] bool isHidden(std::chrono::milliseconds limit = patience);
   bool isShownNow(const QString& title = QStringLiteral("Zolvex"));
 
+  /// Where the popover is, which is shown.
+  QRect popover();
+
   /// The pixels of a part of the screen, and of the only icon on the panel.
   QByteArray picture(const QRect& area) const;
   QByteArray iconPicture() const;

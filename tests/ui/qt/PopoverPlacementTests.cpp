@@ -67,5 +67,22 @@ TEST(PopoverPlacementTest, oneThatIsTooLargeShowsItsTop) {
   EXPECT_GE(placePopover({600, 2, 24, 24}, {320, 2000}, wholeScreen).y(), 0);
 }
 
+TEST(PopoverPlacementTest, anIconThatWasNeverClickedIsLookedForAtTheEndOfThePanel) {
+  EXPECT_EQ(likelyIcon(wholeScreen, {0, 28, 1280, 772}), QRect(1279, 0, 1, 1)) << "at the top";
+  EXPECT_EQ(likelyIcon(wholeScreen, {0, 0, 1280, 772}), QRect(1279, 799, 1, 1)) << "at the bottom";
+  EXPECT_EQ(likelyIcon(wholeScreen, {48, 0, 1232, 800}), QRect(0, 799, 1, 1)) << "on the left";
+  EXPECT_EQ(likelyIcon(wholeScreen, {0, 0, 1232, 800}), QRect(1279, 799, 1, 1)) << "on the right";
+  EXPECT_EQ(likelyIcon(wholeScreen, {48, 28, 1232, 772}), QRect(1279, 0, 1, 1)) << "at the top, a dock on the left";
+  EXPECT_EQ(likelyIcon(wholeScreen, wholeScreen), QRect(1279, 0, 1, 1)) << "nobody knows";
+  EXPECT_EQ(likelyIcon({-1024, 200, 1024, 768}, {-1024, 200, 1024, 740}), QRect(-1, 967, 1, 1)) << "on another monitor";
+}
+
+TEST(PopoverPlacementTest, anIconThatWasClickedIsAroundThatPlace) {
+  const auto icon = iconAround({1038, 14});
+  EXPECT_EQ(icon.center(), QPoint(1038, 14));
+  EXPECT_TRUE(icon.contains(1030, 22));
+  EXPECT_FALSE(icon.contains(1060, 14));
+}
+
 }  // namespace
 }  // namespace zolvex::test
