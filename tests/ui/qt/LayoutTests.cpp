@@ -102,6 +102,30 @@ TEST(LayoutTest, twelveDevicesScroll) {
   EXPECT_FALSE(few.item(u"devices"_s)->property("activeFocusOnTab").toBool());
 }
 
+TEST(LayoutTest, whatHasTheKeyboardIsScrolledIntoView) {
+  const LargeFont font(2);
+  UiWorld ui;
+  ui.openAt({300, 2, 24, 24});
+  ui.model.showSettings();
+  ui.click(u"devicesHeader"_s);
+  std::vector<PairedDevicePayload> paired;
+  for (const char c : std::string("ABCDEFGHIJKL")) paired.push_back({std::string(1, c), std::string(1, c), false});
+  ui.scanAnswer(paired);
+  ASSERT_TRUE(runUntil([&] { return ui.item(u"device L"_s)->height() > 0; })) << "they are not laid out";
+  const auto begin = UiWorld::area(*ui.item(u"devicesHeader"_s)).top();
+  auto least = begin;
+  for (const auto key : {Qt::Key_Tab, Qt::Key_Backtab})
+    for (std::size_t i = 0; i < paired.size() + 2; ++i) {
+      ui.press(key);
+      const auto focused = UiWorld::area(*ui.window().activeFocusItem());
+      EXPECT_GE(focused.top(), 0);
+      EXPECT_LE(focused.bottom(), ui.window().height());
+      least = std::min(least, UiWorld::area(*ui.item(u"devicesHeader"_s)).top());
+    }
+  EXPECT_LT(least, begin) << "the screen is large enough";
+  EXPECT_EQ(UiWorld::area(*ui.item(u"devicesHeader"_s)).top(), begin);
+}
+
 TEST(AppearanceTest, followsTheDesktopWhileRunning) {
   UiWorld ui;
   ui.open();

@@ -48,6 +48,18 @@ FocusScope {
         boundsBehavior: Flickable.StopAtBounds
         T.ScrollBar.vertical: ScrollMark {}
 
+        // Whoever goes through the page with the keyboard sees where that is.
+        readonly property Item focused: Window.activeFocusItem
+        onFocusedChanged: reveal(focused)
+
+        function reveal(item: Item) {
+            let ancestor = item
+            while (ancestor && ancestor !== sections) ancestor = ancestor.parent
+            if (!ancestor) return
+            const top = item.mapToItem(contentItem, 0, 0).y
+            contentY = Math.max(Math.min(contentY, top), top + item.height - height)
+        }
+
         ColumnLayout {
             id: sections
 
