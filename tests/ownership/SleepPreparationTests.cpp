@@ -82,10 +82,10 @@ TEST_F(Sleep, isNotHeldByAConnect) {
   EXPECT_EQ(world.session.sleepsAllowed, 1);
 }
 
-TEST_F(Sleep, isHeldByASilentPeerForASecondOnceTheDevicesAreReleased) {
+TEST_F(Sleep, isHeldByASilentPeerUntilTheNetworkMustHaveMissedItOnceTheDevicesAreReleased) {
   world.peer.answer.reset();
   isAnnounced();
-  world.advance(1099ms);
+  world.advance(3599ms);
   EXPECT_EQ(world.manager().lastResult(), "System sleep: released");
   EXPECT_FALSE(isAllowed());
   world.advance(2ms);
