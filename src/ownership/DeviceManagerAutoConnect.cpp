@@ -23,7 +23,10 @@ void DeviceManager::startObservers() {
   const auto observe = [this](SessionEvent event, std::function<void()> handler) {
     return use_.sessionEvents.observe(event, std::move(handler));
   };
-  systemWakeObserver_ = observe(SessionEvent::systemDidWake, [this] { handleWake("System wake"); });
+  systemWakeObserver_ = observe(SessionEvent::systemDidWake, [this] {
+    use_.networkStore.endOverdueCommand();
+    handleWake("System wake");
+  });
   systemSleepObserver_ =
       observe(SessionEvent::systemWillSleep, [this] { releaseForAutomation("System sleep", false); });
   screenWakeObserver_ = observe(SessionEvent::displayDidWake, [this] { handleWake("Screen wake"); });

@@ -89,6 +89,7 @@ bool NetworkDeviceStore::sendCommand(DeviceCommand command, Completion completio
     return false;
   }
   outboundCommand_ = command;
+  outboundSince_ = mainQueue_.now();
   const auto peer = *registered;
   const auto completed =
       lifetime_.guard([this, id = peer.id, command, completion = std::move(completion)](const PeerReply& reply) {
@@ -103,6 +104,12 @@ bool NetworkDeviceStore::sendCommand(DeviceCommand command, Completion completio
     complete(PeerReply::failed());
   }
   return true;
+}
+
+void NetworkDeviceStore::endOverdueCommand() {
+  if (!outboundCommandInFlight() || mainQueue_.now() - outboundSince_ < peerProtocol::commandTimeout) return;
+  for (auto* transport : {transports_.bluetooth, &transports_.bonjour})  // the choice may have changed since
+    if (transport) transport->timeOutRequests();
 }
 
 void NetworkDeviceStore::commandCompleted(const std::string& peerId, DeviceCommand command, const PeerReply& reply) {

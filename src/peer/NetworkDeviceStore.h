@@ -68,6 +68,10 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   /// once, possibly before this returns.
   bool sendCommand(DeviceCommand command, Completion completion);
 
+  /// To be called after the computer slept: a command whose time passed meanwhile ends as timed out. Its own time-out
+  /// has stood still, and until then no other command could be sent.
+  void endOverdueCommand();
+
   /// Answers a received release request when the release has ended.
   void replyPleaseRelease(bool succeeded, ReplyChannel& channel);
 
@@ -116,6 +120,7 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   WorkItem peerHealthTimer_;
   bool peerHealthCheckInFlight_ = false;
   std::optional<DeviceCommand> outboundCommand_;
+  Date outboundSince_ = distantPast;
   Lifetime lifetime_;
 };
 

@@ -42,6 +42,10 @@ class PeerTransport {
   /// latest when peerProtocol::commandTimeout has passed, possibly before send() returns.
   virtual void send(const NetworkDevice& peer, DeviceCommand command, Completion completion) = 0;
 
+  /// Ends the requests under way as if their time had passed: nothing more of them reaches the peer, and their
+  /// completions run soon, with "timeout".
+  virtual void timeOutRequests() = 0;
+
   /// Reports every computer that can be seen now once more.
   virtual void reportDiscoveredAgain() = 0;
 };

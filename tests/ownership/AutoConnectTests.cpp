@@ -122,6 +122,17 @@ TEST_F(AutoConnect, anUnlockAsksThePeer) {
   EXPECT_TRUE(wasAsked(DeviceCommand::pleaseRelease));
 }
 
+TEST_F(AutoConnect, anUnlockAfterASleepAsksThePeerWhateverWasUnderWayBefore) {
+  world.peer.answer.reset();
+  world.network().sendCommand(DeviceCommand::healthCheck, {});
+  world.advance(1h);
+  world.peer.answer = PeerReply{DeviceCommand::operationSuccess, std::nullopt};
+  happens(SessionEvent::systemDidWake);
+  happens(SessionEvent::screenUnlocked);
+  world.advance(3s);
+  EXPECT_TRUE(wasAsked(DeviceCommand::pleaseRelease));
+}
+
 TEST_F(AutoConnect, wakesTheDisplayOnce) {
   happens(SessionEvent::screenUnlocked);
   world.advance(3s);

@@ -107,6 +107,25 @@ TEST_F(NetworkDeviceStoreTest, aSecondCommandWhileOneIsUnderWayIsDropped) {
   EXPECT_EQ(world.peer.sent, std::vector{released});
 }
 
+TEST_F(NetworkDeviceStoreTest, aCommandWhoseTimePassedInASleepMakesRoomForTheNext) {
+  world.peer.answer.reset();
+  EXPECT_TRUE(send(released));
+  world.advance(10s);  // its time-out stood still
+  world.network().endOverdueCommand();
+  EXPECT_EQ(replies, std::vector{PeerReply::failed("timeout")});
+  EXPECT_FALSE(world.network().isPeerReachable());
+  EXPECT_TRUE(send(pleaseRelease));
+}
+
+TEST_F(NetworkDeviceStoreTest, aCommandKeepsTheTimeItHasLeftAfterAShortSleep) {
+  world.peer.answer.reset();
+  EXPECT_TRUE(send(released));
+  world.advance(9999ms);
+  world.network().endOverdueCommand();
+  EXPECT_TRUE(replies.empty());
+  EXPECT_EQ(world.network().outboundCommand(), released);
+}
+
 TEST_F(NetworkDeviceStoreTest, withoutABluetoothLinkACommandFailsAtOnce) {
   world.log.expectError("BLE central not available");
   world.defaults.set(settings::transportMode, std::string("bluetooth"));

@@ -65,6 +65,9 @@ class FakePeerTransport final : public PeerTransport {
       pending_.push_back(
           time_.after(*answerDelay, [completion = std::move(completion), reply = *answer] { completion(reply); }));
   }
+  void timeOutRequests() override {
+    while (!waiting_.empty()) complete(PeerReply::failed("timeout"));
+  }
   void reportDiscoveredAgain() override { ++reportsAsked; }
 
  private:

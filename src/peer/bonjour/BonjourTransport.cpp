@@ -97,7 +97,13 @@ void BonjourTransport::send(const NetworkDevice& peer, DeviceCommand command, Co
     logger.error("Peer device has no host/port");
     return completion(PeerReply::failed());
   }
-  TcpRequest::send(network_, mainQueue_, {*peer.host, *peer.port}, command, std::move(completion));
+  std::erase_if(requests_, [](const auto& request) { return request.expired(); });
+  requests_.push_back(TcpRequest::send(network_, mainQueue_, {*peer.host, *peer.port}, command, std::move(completion)));
+}
+
+void BonjourTransport::timeOutRequests() {
+  for (const auto& weak : std::exchange(requests_, {}))
+    if (const auto request = weak.lock()) request->timeOut();
 }
 
 void BonjourTransport::reportDiscoveredAgain() {

@@ -15,10 +15,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace zolvex {
 
 class TcpListener;
+class TcpRequest;
 
 /// The peer link over the local network. Started, it listens on a TCP port, publishes that port as a DNS-SD service
 /// once the listener is ready, and browses for the services of others. Each request is a TCP connection of its own and
@@ -33,6 +35,7 @@ class BonjourTransport final : public PeerTransport {
   void start(PeerTransportDelegate& delegate) override;
   void stop() override;
   void send(const NetworkDevice& peer, DeviceCommand command, Completion completion) override;
+  void timeOutRequests() override;
   void reportDiscoveredAgain() override;
 
  private:
@@ -48,6 +51,7 @@ class BonjourTransport final : public PeerTransport {
   UserDefaults& defaults_;
   LocalHostName& hostName_;
 
+  std::vector<std::weak_ptr<TcpRequest>> requests_;  // under way, or ended since the last one began
   std::shared_ptr<TcpListener> listener_;
   std::optional<ServicePublisherDelegate> publisherDelegate_;
   Subscription nameChange_;  // while published

@@ -67,14 +67,23 @@ PeerReply replyFromEndlessText(std::string_view text) {
 
 }  // namespace
 
-void TcpRequest::send(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
-                      Completion completion, Seconds limit) {
+std::weak_ptr<TcpRequest> TcpRequest::send(NetworkThread& network, MainQueue& mainQueue, Target target,
+                                           DeviceCommand command, Completion completion, Seconds limit) {
   auto request = std::make_shared<TcpRequest>(network, mainQueue, std::move(target), command, std::move(completion));
   request->timeout_ = mainQueue.after(limit, [weak = std::weak_ptr(request)] {
     const auto self = weak.lock();
     if (self) asio::post(self->socket_.get_executor(), [self] { self->limitReached(); });
   });
   request->connect();
+  return request;
+}
+
+void TcpRequest::timeOut() {
+  asio::post(socket_.get_executor(), [self = shared_from_this()] {
+    asio::error_code ignored;
+    if (!self->isCompleted_) self->socket_.set_option(asio::socket_base::linger(true, 0), ignored);
+    self->limitReached();
+  });
 }
 
 TcpRequest::TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,

@@ -34,8 +34,13 @@ class TcpRequest : public std::enable_shared_from_this<TcpRequest> {
   };
 
   /// Main thread.
-  static void send(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
-                   Completion completion, Seconds limit = peerProtocol::commandTimeout);
+  static std::weak_ptr<TcpRequest> send(NetworkThread& network, MainQueue& mainQueue, Target target,
+                                        DeviceCommand command, Completion completion,
+                                        Seconds limit = peerProtocol::commandTimeout);
+
+  /// Ends the request, unless it is over, as if its limit were reached. What the system has not delivered yet is
+  /// dropped. Any thread.
+  void timeOut();
 
   /// For send() only.
   TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command, Completion completion);

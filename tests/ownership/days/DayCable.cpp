@@ -39,6 +39,11 @@ void DayCable::send(const NetworkDevice&, DeviceCommand command, Completion comp
   request->limit =
       queue_.after(peerProtocol::commandTimeout, [request] { request->complete(PeerReply::failed("timeout")); });
   moments_.after(latency, [this, request, command] { deliver(request, command); });
+  newest_ = request;
+}
+
+void DayCable::timeOutRequests() {
+  if (const auto request = newest_.lock()) request->complete(PeerReply::failed("timeout"));
 }
 
 void DayCable::deliver(const std::shared_ptr<Request>& request, DeviceCommand command) {

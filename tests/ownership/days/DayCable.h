@@ -24,6 +24,7 @@ class DayCable final : public PeerTransport {
   void start(PeerTransportDelegate& delegate) override { delegate_ = &delegate; }
   void stop() override { delegate_ = nullptr; }
   void send(const NetworkDevice& peer, DeviceCommand command, Completion completion) override;
+  void timeOutRequests() override;
   void reportDiscoveredAgain() override {}
 
  private:
@@ -38,6 +39,7 @@ class DayCable final : public PeerTransport {
   DayCable* other_ = nullptr;
   PeerTransportDelegate* delegate_ = nullptr;
   bool isCut_ = false;
+  std::weak_ptr<Request> newest_;  // no computer has two under way
   std::shared_ptr<bool> isAlive_ = std::make_shared<bool>(true);
 };
 

@@ -145,6 +145,28 @@ TEST_F(BonjourTransportTest, sendsWhileStopped) {
   onMain([&] { other.reset(); });
 }
 
+TEST_F(BonjourTransportTest, requestsUnderWayCanBeEnded) {
+  for (const auto* text : {"Command HEALTH_CHECK timed out", "Command HEALTH_CHECK timed out"}) log.expectError(text);
+  std::promise<void> ended;
+  const auto isHeld = ended.get_future().share();
+  const auto sayNothing = [isHeld](test::RawSocket&) { isHeld.wait(); };
+  test::RawServer first(sayNothing);
+  test::RawServer second(sayNothing);
+  std::promise<void> bothDone;
+  int done = 0;
+  const auto completion = [&](const PeerReply& reply) {
+    EXPECT_EQ(reply, PeerReply::failed("timeout"));
+    if (++done == 2) bothDone.set_value();
+  };
+  onMain([&] {
+    for (const auto port : {first.port(), second.port()})
+      transport->send(peerAt(port), DeviceCommand::healthCheck, completion);
+    transport->timeOutRequests();
+  });
+  EXPECT_EQ(bothDone.get_future().wait_for(patience / 4), std::future_status::ready);  // half of what they may take
+  ended.set_value();
+}
+
 TEST_F(BonjourTransportTest, peerWithoutHostOrPortFailsWithoutAText) {
   log.expectError("Peer device has no host/port");
   auto peer = peerAt(1);

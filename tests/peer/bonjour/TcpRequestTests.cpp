@@ -45,19 +45,25 @@ class TcpRequestTest : public testing::Test {
   PeerReply request(std::uint16_t port, Seconds limit = longLimit, const std::string& host = "127.0.0.1",
                     DeviceCommand command = DeviceCommand::healthCheck) {
     send(port, limit, host, command);
+    return outcome();
+  }
+
+  PeerReply outcome() {
     auto reply = reply_.get_future();
     if (reply.wait_for(patience) == std::future_status::ready) return reply.get();
     ADD_FAILURE() << "the request never completed";
     return {};
   }
 
-  void send(std::uint16_t port, Seconds limit, const std::string& host = "127.0.0.1",
-            DeviceCommand command = DeviceCommand::healthCheck) {
+  std::weak_ptr<TcpRequest> send(std::uint16_t port, Seconds limit, const std::string& host = "127.0.0.1",
+                                 DeviceCommand command = DeviceCommand::healthCheck) {
     const auto completion = [this](const PeerReply& reply) {
       EXPECT_TRUE(mainQueue_.isCurrent());
       if (++completions_ == 1) reply_.set_value(reply);
     };
-    mainQueue_.run([&] { TcpRequest::send(*network_, mainQueue_, {host, port}, command, completion, limit); });
+    std::weak_ptr<TcpRequest> sent;
+    mainQueue_.run([&] { sent = TcpRequest::send(*network_, mainQueue_, {host, port}, command, completion, limit); });
+    return sent;
   }
 
   /// A request to a peer that sends these bytes and closes.
@@ -234,6 +240,35 @@ TEST_F(TcpRequestTest, lateAnswerIsIgnored) {
   });
   EXPECT_EQ(request(server.port(), shortLimit), PeerReply::failed("timeout"));
   completed.set_value();
+  EXPECT_EQ(completions(), 1);
+}
+
+TEST_F(TcpRequestTest, aRequestThatIsEndedEarlyTimesOutAndResetsItsConnection) {
+  log.expectError("Command RELEASED timed out");
+  std::promise<void> arrived;
+  std::promise<void> completed;
+  RawServer server([&](RawSocket& socket) {
+    socket.receiveAll();
+    arrived.set_value();
+    completed.get_future().wait();
+    EXPECT_FALSE(socket.send("O"));  // at the first byte: nothing is kept there to be delivered
+  });
+  const auto request = send(server.port(), longLimit, "127.0.0.1", DeviceCommand::released);
+  ASSERT_EQ(arrived.get_future().wait_for(patience), std::future_status::ready);
+  if (const auto underWay = request.lock()) underWay->timeOut();
+  EXPECT_EQ(outcome(), PeerReply::failed("timeout"));
+  completed.set_value();
+}
+
+TEST_F(TcpRequestTest, aRequestThatIsOverIsNotEndedAgain) {
+  RawServer server([](RawSocket& socket) {
+    socket.receiveAll();
+    socket.send(frame("OP_SUCCESS"));
+  });
+  const auto request = send(server.port(), longLimit);
+  const auto held = request.lock();
+  EXPECT_EQ(outcome(), success);
+  if (held) held->timeOut();
   EXPECT_EQ(completions(), 1);
 }
 
