@@ -23,6 +23,7 @@ const auto serviceName = u"org.freedesktop.Avahi"_s;
 const auto serverPath = u"/"_s;
 const auto serverInterface = u"org.freedesktop.Avahi.Server"_s;
 const auto busService = u"org.freedesktop.DBus"_s;
+const auto noReply = u"org.freedesktop.DBus.Error.NoReply"_s;
 const auto busPath = u"/org/freedesktop/DBus"_s;
 
 constexpr int serverGone = 0;     // AVAHI_SERVER_INVALID
@@ -95,14 +96,20 @@ void AvahiDaemon::setOwner(const QString& owner) {
 void AvahiDaemon::askForState() {
   call(
       serverPath, serverInterface, u"GetState"_s, {}, [this](const QDBusMessage& reply) { stateAnswered(reply); },
-      patience_.answerLimit);
+      patience_.stateLimit);
+}
+
+void AvahiDaemon::stateAnswered(const QDBusMessage& reply) {
+  if (reply.type() == QDBusMessage::ErrorMessage) return doesNotAnswer(reply);
+  isSilenceLogged_ = false;
+  setState(reply.arguments().value(0).toInt());
 }
 
 /// A daemon that hangs for a while goes on in the state it was in, so no StateChanged tells that it is there again.
-void AvahiDaemon::stateAnswered(const QDBusMessage& reply) {
-  if (reply.type() == QDBusMessage::ReplyMessage) return setState(reply.arguments().value(0).toInt());
+void AvahiDaemon::doesNotAnswer(const QDBusMessage& error) {
+  setState(serverGone);
   if (!std::exchange(isSilenceLogged_, true))
-    logger.error("the Avahi daemon does not answer, asking again: {}", avahi::errorText(reply).toStdString());
+    logger.error("the Avahi daemon does not answer, asking again: {}", avahi::errorText(error).toStdString());
   nextQuestion_.start(patience_.pause);
 }
 
@@ -133,10 +140,12 @@ void AvahiDaemon::setState(int state) {
 void AvahiDaemon::make(const std::shared_ptr<AvahiObject*>& object, const QString& kind,
                        const QVariantList& arguments) {
   ++objectsInTheMaking_;
-  call(serverPath, serverInterface, kind + u"New"_s, arguments,
-       [this, weak = std::weak_ptr(object), interface = (*object)->interface_](const QDBusMessage& reply) {
-         made(weak, interface, reply);
-       });
+  call(
+      serverPath, serverInterface, kind + u"New"_s, arguments,
+      [this, weak = std::weak_ptr(object), interface = (*object)->interface_](const QDBusMessage& reply) {
+        made(weak, interface, reply);
+      },
+      patience_.callLimit);
 }
 
 // What an object tells its owner can be the end of the object, so the handlers run as copies.
@@ -166,7 +175,8 @@ void AvahiDaemon::deliver(const QDBusMessage& signal) {
 
 void AvahiDaemon::free(const QString& path, const QString& interface) {
   objects_.erase(path);
-  call(path, interface, u"Free"_s, {}, [](const QDBusMessage&) {});
+  call(
+      path, interface, u"Free"_s, {}, [](const QDBusMessage&) {}, patience_.callLimit);
 }
 
 void AvahiDaemon::call(const QString& path, const QString& interface, const QString& method,
@@ -179,7 +189,10 @@ void AvahiDaemon::call(const QString& path, const QString& interface, const QStr
   connect(watcher, &QDBusPendingCallWatcher::finished, this,
           [this, watcher, owner = owner_, answer = std::move(answer)] {
             watcher->deleteLater();
-            if (owner == owner_) answer(watcher->reply());
+            if (owner != owner_) return;
+            const auto reply = watcher->reply();
+            if (reply.errorName() == noReply) doesNotAnswer(reply);
+            answer(reply);
           });
 }
 

@@ -21,17 +21,18 @@ class BusLink;
 
 /// avahi-daemon as seen from the system bus. It follows the bus, the daemon's name on it and the state the daemon
 /// reports, and tells its users when they can begin and when all they had from the daemon is void: at its end, at the
-/// end of the bus, and while it looks for another host name. A daemon that does not answer at first is asked again
-/// until it does. The signals of the daemon's objects are handed to their AvahiObject. Calls never block. Owned by the
-/// application; the bus link must outlive it, and it its users. Main thread.
+/// end of the bus, while it looks for another host name, and when it no longer answers. A daemon that does not answer
+/// is asked again until it does. The signals of the daemon's objects are handed to their AvahiObject. Calls never
+/// block. Owned by the application; the bus link must outlive it, and it its users. Main thread.
 class AvahiDaemon final : public QObject {
   Q_OBJECT
 
  public:
-  /// With a daemon that has its name on the bus and does not tell its state.
+  /// With a daemon that has its name on the bus and does not answer.
   struct Patience {
-    std::chrono::milliseconds answerLimit{5'000};
-    std::chrono::milliseconds pause{10'000};  ///< Before it is asked again.
+    std::chrono::milliseconds stateLimit{5'000};  ///< When it is asked for its state.
+    std::chrono::milliseconds callLimit{25'000};  ///< When it is asked for anything else.
+    std::chrono::milliseconds pause{10'000};      ///< Before it is asked for its state again.
   };
 
   /// Before the link is started, or after.
@@ -52,17 +53,16 @@ class AvahiDaemon final : public QObject {
   void listen(bool begin);
   void askForState();
   void stateAnswered(const QDBusMessage& reply);
+  void doesNotAnswer(const QDBusMessage& error);
   void setState(int state);
   void make(const std::shared_ptr<AvahiObject*>& object, const QString& kind, const QVariantList& arguments);
   void made(const std::weak_ptr<AvahiObject*>& object, const QString& interface, const QDBusMessage& reply);
   void deliver(const QDBusMessage& signal);
   void free(const QString& path, const QString& interface);
 
-  static constexpr std::chrono::milliseconds usualLimit{-1};  // that of QtDBus, 25 s
-
   /// `answer` gets the reply or the error unless the daemon has ended or restarted by then.
   void call(const QString& path, const QString& interface, const QString& method, const QVariantList& arguments,
-            Answer answer, std::chrono::milliseconds limit = usualLimit);
+            Answer answer, std::chrono::milliseconds limit);
 
  private Q_SLOTS:
   void ownerChanged(const QDBusMessage& message);

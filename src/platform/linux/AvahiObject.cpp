@@ -19,10 +19,12 @@ AvahiObject::~AvahiObject() {
 
 void AvahiObject::call(const QString& method, const QVariantList& arguments,
                        std::function<void(const QDBusMessage&)> answer) {
-  daemon_.call(path_, interface_, method, arguments,
-               [alive = std::weak_ptr(self_), answer = std::move(answer)](const QDBusMessage& reply) {
-                 if (!alive.expired()) answer(reply);
-               });
+  daemon_.call(
+      path_, interface_, method, arguments,
+      [alive = std::weak_ptr(self_), answer = std::move(answer)](const QDBusMessage& reply) {
+        if (!alive.expired()) answer(reply);
+      },
+      daemon_.patience_.callLimit);
 }
 
 namespace avahi {

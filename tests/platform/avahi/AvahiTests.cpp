@@ -285,7 +285,7 @@ TEST_F(AvahiTest, daemonThatHangsAtFirstIsUsedOnceItGoesOn) {
   world.hangDaemon(0);
   test::LogCapture log;
   log.expectError(notAnswering);
-  Computer latecomer(queue, world.busAddress(0), {.answerLimit = 100ms, .pause = 10ms});
+  Computer latecomer(queue, world.busAddress(0), {.stateLimit = 100ms, .pause = 10ms});
   latecomer.browse();
   const auto complaints = [&] {
     const auto lines = log.lines();
@@ -296,6 +296,21 @@ TEST_F(AvahiTest, daemonThatHangsAtFirstIsUsedOnceItGoesOn) {
   world.resumeDaemon(0);
   EXPECT_TRUE(runUntil([&] { return latecomer.ears.resolutions > 0; }));
   EXPECT_EQ(complaints(), 1);
+}
+
+TEST_F(AvahiTest, daemonThatHangsWhileItIsPublishingIsAskedAnewOnceItGoesOn) {
+  startDaemons();
+  Computer hasty(queue, world.busAddress(0), {.stateLimit = 100ms, .callLimit = 100ms, .pause = 10ms});
+  ASSERT_TRUE(runUntil([&] { return hasty.daemon.isRunning(); }));
+  test::LogCapture log;
+  log.expectError("the Avahi daemon does not answer, asking again: ");
+  world.hangDaemon(0);
+  hasty.publish("Zolvex-ABC123", 4711);
+  ASSERT_TRUE(runUntil([&] { return !hasty.daemon.isRunning(); }));
+  world.resumeDaemon(0);
+  ASSERT_TRUE(runUntil([&] { return !hasty.ears.published.empty(); }));
+  EXPECT_THAT(hasty.ears.published, ElementsAre("Zolvex-ABC123"));
+  EXPECT_THAT(hasty.ears.failures, IsEmpty());
 }
 
 TEST_F(AvahiTest, serviceIsPublishedAnewWhenTheDaemonRestarts) {
