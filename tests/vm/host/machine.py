@@ -69,7 +69,7 @@ class Machine:
             "qemu-system-x86_64", "-machine", f"pc,accel={accelerator()}", "-cpu", processor(),
             "-smp", "1", "-m", self.memory, "-nodefaults", "-no-user-config", "-display", "none", "-no-reboot",
             "-kernel", self._kernel.image, "-initrd", self._kernel.initramfs,
-            "-append", "console=ttyS0 quiet panic=-1 random.trust_cpu=on mitigations=off",
+            "-append", f"console=ttyS0 quiet panic=-1 random.trust_cpu=on mitigations=off {address_layout()}",
             *share_arguments("root", self._root, "on"),
             *share_arguments("source", PROJECT, "on"),
             *share_arguments("share", self.share, "off"),
@@ -106,3 +106,9 @@ def share_arguments(tag, path, is_read_only):
         "-fsdev", f"local,id={tag},path={path},security_model=none,readonly={is_read_only},multidevs=remap",
         "-device", f"virtio-9p-pci,fsdev={tag},mount_tag={tag}",
     ]  # fmt: skip
+
+
+def address_layout():
+    """An emulator translates a program anew wherever its code lies. At random places that is every time it starts, and
+    takes twice as long as the start itself."""
+    return "" if accelerator() == "kvm" else "norandmaps"
