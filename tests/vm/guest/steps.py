@@ -1,60 +1,78 @@
-"""The steps of a hand-over one by one, as the worker takes them and as somebody does who types into bluetoothctl. Writes
-how many seconds each took, as JSON.
+"""The steps of a hand-over one by one, as the worker takes them, as somebody does who types into bluetoothctl, and as a
+script does that starts bluetoothctl for each. Writes how many seconds each took, as JSON.
 
-  steps.py worker|bluetoothctl take|remove ADDRESS
+  steps.py worker|typed|scripted take|remove ADDRESS
 """
 import json
 import os
+import pathlib
 import pty
 import subprocess
 import sys
-import threading
 import time
 
 import dbus
-import dbus.lowlevel
 
-from pump import wait_until
+from bluez import AGENT_MANAGER
 from world import WORKER_FLAG
 
-ANSWER_LIMIT, PROMPT = 30.0, b"# "
+ANSWER_LIMIT = 30.0
+SCRIPT = pathlib.Path(__file__).with_name("scripted-steps")
+AGENT_PATH = "/vm/agent"
 
 
 class CallTimes:
-    """When somebody called the daemon's methods."""
+    """When somebody called the daemon's methods. A program of its own, since ours would take the processor from those
+    whose steps are measured."""
 
     def __init__(self):
-        self.times = {}
-        self._bus = dbus.SystemBus(private=True)
-        self._bus.set_exit_on_disconnect(False)
-        self._bus.add_message_filter(self._filter)
-        monitoring = self._bus.get_object("org.freedesktop.DBus", "/org/freedesktop/DBus", introspect=False)
         rule = "type='method_call',destination='org.bluez'"
-        monitoring.BecomeMonitor(
-            dbus.Array([rule], signature="s"), dbus.UInt32(0), dbus_interface="org.freedesktop.DBus.Monitoring"
+        self._monitor = subprocess.Popen(
+            ["dbus-monitor", "--system", "--profile", rule], stdout=subprocess.PIPE, text=True
         )
+        # It writes down its own coming to the bus, and the loss of its name as soon as it is a monitor.
+        while "NameLost" not in self._line():
+            pass
 
-    def _filter(self, _, message):
-        self.times[str(message.get_member())] = time.monotonic()
-        return dbus.lowlevel.HANDLER_RESULT_HANDLED  # a monitor that answers is thrown out
+    def _line(self):
+        line = self._monitor.stdout.readline()
+        assert line, "the monitor has ended"
+        return line
+
+    def await_all(self, *members):
+        """When each was called; of several calls the last one before all of them had been called."""
+        times = {}
+        while not times.keys() >= set(members):
+            fields = self._line().split()
+            if fields[0] == "mc":
+                times[fields[-1]] = float(fields[1])
+        return [times[member] for member in members]
+
+    def end(self):
+        self._monitor.kill()
+        self._monitor.wait()
 
 
 def run_worker(command, address):
-    calls, began = CallTimes(), time.monotonic()
-    worker = subprocess.Popen(
-        [os.environ["VM_ZOLVEX"], WORKER_FLAG, command], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL
-    )
-    ends = []
-    waiting = threading.Thread(target=lambda: (worker.communicate(address.encode()), ends.append(time.monotonic())))
-    waiting.start()  # meanwhile this thread notes when the calls come
-    assert wait_until(lambda: ends, ANSWER_LIMIT), "the worker does not end"
-    ended = ends[0]
-    assert worker.returncode == 0, f"{command}: {worker.returncode}"
-    if command == "unregister":
+    """When it began, and when it ended."""
+    began = time.time()
+    worker = [os.environ["VM_ZOLVEX"], WORKER_FLAG, command]
+    done = subprocess.run(worker, input=address.encode(), stdout=subprocess.DEVNULL, timeout=ANSWER_LIMIT)
+    assert done.returncode == 0, f"{command}: {done.returncode}"
+    return began, time.time()
+
+
+def take_by_worker(action, address):
+    if action == "remove":
+        began, ended = run_worker("unregister", address)
         return {"remove": ended - began}
-    assert wait_until(lambda: "Connect" in calls.times, ANSWER_LIMIT), "the worker did not call Connect"
-    pair, connect = calls.times["Pair"], calls.times["Connect"]
-    return {"discovery": pair - began, "pair": connect - pair, "connect": ended - connect}
+    calls = CallTimes()
+    try:
+        began, ended = run_worker("connect", address)
+        pair, connect = calls.await_all("Pair", "Connect")
+        return {"discovery": pair - began, "pair": connect - pair, "connect": ended - connect}
+    finally:
+        calls.end()
 
 
 class Bluetoothctl:
@@ -101,12 +119,26 @@ def type_into_bluetoothctl(action, address):
     return seconds
 
 
-def main(by, action, address):
-    if by == "worker":
-        seconds = run_worker({"take": "connect", "remove": "unregister"}[action], address)
-    else:
-        seconds = type_into_bluetoothctl(action, address)
-    print(json.dumps(seconds))
+def run_script(action, address):
+    register_agent()
+    script = [SCRIPT, action, address]
+    done = subprocess.run(script, stdout=subprocess.PIPE, text=True, timeout=ANSWER_LIMIT, check=True)
+    return {step: int(microseconds) / 1e6 for step, microseconds in map(str.split, done.stdout.splitlines())}
+
+
+def register_agent():
+    """The desktop's: without one, pairing makes no bond, and bluetoothctl 5.66 registers its own only for somebody who
+    types. It is never called, for the keyboard asks nothing."""
+    manager = dbus.SystemBus().get_object("org.bluez", "/org/bluez", introspect=False)
+    manager.RegisterAgent(dbus.ObjectPath(AGENT_PATH), "NoInputNoOutput", dbus_interface=AGENT_MANAGER)
+    manager.RequestDefaultAgent(dbus.ObjectPath(AGENT_PATH), dbus_interface=AGENT_MANAGER)
+
+
+WAYS = {"worker": take_by_worker, "typed": type_into_bluetoothctl, "scripted": run_script}
+
+
+def main(way, action, address):
+    print(json.dumps(WAYS[way](action, address)))
 
 
 if __name__ == "__main__":

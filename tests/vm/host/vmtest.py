@@ -96,16 +96,20 @@ def absolute(path):
 
 
 def parse(arguments):
-    build = cache.PROJECT / "build/dev/src"
     parser = argparse.ArgumentParser(prog="scripts/vm-test")
     parser.add_argument("names", nargs="*")
     parser.add_argument("--shell", action="store_true")
     parser.add_argument("--list", action="store_true")
     parser.add_argument("--suite", choices=("trixie", "sid"))
-    parser.add_argument("--zolvex", type=absolute, default=build / "app/zolvex")
-    parser.add_argument("--lab", type=absolute, default=cache.PROJECT / "build/dev/lab/zolvex-lab")
-    parser.add_argument("--zolvexctl", type=absolute, default=build / "control/zolvexctl")
-    return parser.parse_args(arguments)
+    parser.add_argument("--build", type=absolute, default=cache.PROJECT / "build/dev")
+    parser.add_argument("--zolvex", type=absolute)
+    parser.add_argument("--lab", type=absolute)
+    parser.add_argument("--zolvexctl", type=absolute)
+    options = parser.parse_args(arguments)
+    options.zolvex = options.zolvex or options.build / "src/app/zolvex"
+    options.lab = options.lab or options.build / "lab/zolvex-lab"
+    options.zolvexctl = options.zolvexctl or options.build / "src/control/zolvexctl"
+    return options
 
 
 def run(options):
