@@ -70,7 +70,9 @@ SharedObjects::SharedObjects(UserInterfacePlugin* windows)
       pairedDeviceScan_(mainQueue_, scanQueue_, workerClient_),
       control_(controlled(), decisions_, sessionBus_),
       windows_(windows),
-      popoverRequest_(hotKey_.popoverRequested.observe([this] { showWindows(); })) {}
+      popoverRequest_(hotKey_.popoverRequested.observe([this] { showWindows(); })),
+      busArrival_(sessionBus_.arrived.observe([this] { tellWindowsOfBus(); })),
+      busLoss_(sessionBus_.lost.observe([this] { tellWindowsOfBus(); })) {}
 
 SharedObjects::~SharedObjects() {
   hotKey_.stop();
@@ -106,6 +108,14 @@ UserInterfaceObjects SharedObjects::shown() {
 
 bool SharedObjects::showWindows() {
   return userInterface_ && userInterface_->show();
+}
+
+void SharedObjects::tellWindowsOfBus() {
+  if (!userInterface_) return;
+  if (sessionBus_.isConnected())
+    userInterface_->sessionBusArrived(sessionBus_.connection().name().toStdString());
+  else
+    userInterface_->sessionBusLost();
 }
 
 void SharedObjects::start() {

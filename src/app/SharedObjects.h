@@ -52,6 +52,7 @@ class SharedObjects {
   control::Controlled controlled();
   UserInterfaceObjects shown();
   bool showWindows();
+  void tellWindowsOfBus();
 
   QtMainQueue mainQueue_;
   LogFeed decisions_;
@@ -90,6 +91,8 @@ class SharedObjects {
   UserInterfacePlugin* const windows_;
   std::unique_ptr<UserInterface> userInterface_;
   Subscription popoverRequest_;
+  Subscription busArrival_;
+  Subscription busLoss_;
 };
 
 }  // namespace zolvex

@@ -50,6 +50,11 @@ class UserInterface {
 
   /// Shows the popover and gives it the keyboard. False when there can be no windows, which the log explains.
   virtual bool show() = 0;
+
+  /// The session bus is there; the toolkit knows the application's connection to it by this name. Also told of each
+  /// bus that follows one that is lost.
+  virtual void sessionBusArrived(const std::string& connectionName) = 0;
+  virtual void sessionBusLost() = 0;
 };
 
 }  // namespace zolvex

@@ -33,7 +33,6 @@ QColor colourOf(const QVariant& value) {
 
 Appearance::Appearance(QObject* parent) : QObject(parent) {
   connect(&portal_, &PortalSettings::told, this, &Appearance::take);
-  portal_.start();
   readPalette();
   qGuiApp->installEventFilter(this);
 }

@@ -25,6 +25,9 @@ class Appearance : public QObject {
  public:
   explicit Appearance(QObject* parent = nullptr);
 
+  /// Asks the portal of this bus; what an earlier one said stays until this one says otherwise.
+  void follow(const QDBusConnection& sessionBus) { portal_.follow(sessionBus); }
+
   bool isDark() const { return wantsDark_.value_or(isPaletteDark_); }
   bool isHighContrast() const { return isHighContrast_; }
   bool isMotionReduced() const { return isMotionReduced_; }

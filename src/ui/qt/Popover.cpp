@@ -1,6 +1,7 @@
 #include "ui/qt/Popover.h"
 
 #include "core/Log.h"
+#include "ui/qt/Appearance.h"
 #include "ui/qt/PopoverPlacement.h"
 #include "ui/qt/SymbolDrawing.h"
 
@@ -56,6 +57,11 @@ void Popover::close() {
   if (window_) window_->close();
 }
 
+void Popover::follow(const QDBusConnection& sessionBus) {
+  sessionBus_ = sessionBus;
+  if (window_) followBus();
+}
+
 bool Popover::isShown() const {
   return window_ && window_->isVisible();
 }
@@ -69,6 +75,7 @@ bool Popover::create() {
   engine_ = std::make_unique<QQmlEngine>();
   engine_->addImportPath(u"qrc:/qt/qml"_s);
   if (!createWindow()) return false;
+  followBus();
   connect(window_.get(), &QQuickWindow::activeChanged, this, &Popover::activeChanged);
   connect(window_.get(), SIGNAL(wantedWidthChanged()), this, SLOT(place()));
   connect(window_.get(), SIGNAL(wantedHeightChanged()), this, SLOT(place()));
@@ -76,6 +83,11 @@ bool Popover::create() {
     if (!isVisible) closed();
   });
   return true;
+}
+
+void Popover::followBus() {
+  const int type = qmlTypeId("Zolvex", 1, 0, "Appearance");
+  if (auto* const appearance = engine_->singletonInstance<Appearance*>(type)) appearance->follow(sessionBus_);
 }
 
 bool Popover::createWindow() {

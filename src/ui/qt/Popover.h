@@ -3,6 +3,7 @@
 #include "ui/qt/ClicksElsewhere.h"
 #include "ui/qt/PopoverModel.h"
 
+#include <QDBusConnection>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QRect>
@@ -31,6 +32,9 @@ class Popover final : public QObject {
   bool show(const std::optional<QRect>& anchor);
   void close();
 
+  /// Looks as the desktop of this bus wants it from now on.
+  void follow(const QDBusConnection& sessionBus);
+
   bool isShown() const;
 
   /// Whether it lost the keyboard, and was closed for it, a moment ago: by the click that is now being handled.
@@ -42,6 +46,7 @@ class Popover final : public QObject {
  private:
   bool create();
   bool createWindow();
+  void followBus();
   bool fail(const QString& reason);
   void dress();
   void closed();
@@ -54,6 +59,7 @@ class Popover final : public QObject {
  private:
   PopoverModel& model_;
   ClicksElsewhere clicksElsewhere_;  // before the window, which says goodbye when it ends
+  QDBusConnection sessionBus_{QString()};
   std::unique_ptr<QQmlEngine> engine_;
   std::unique_ptr<QQuickWindow> window_;
   bool isBroken_ = false;

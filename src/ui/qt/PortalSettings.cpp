@@ -1,7 +1,6 @@
 #include "ui/qt/PortalSettings.h"
 
 #include <QDBusArgument>
-#include <QDBusConnection>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
@@ -21,8 +20,7 @@ constexpr auto interface = "org.freedesktop.portal.Settings"_L1;
 
 PortalSettings::PortalSettings(QObject* parent) : QObject(parent) {}
 
-void PortalSettings::start() {
-  auto bus = QDBusConnection::sessionBus();
+void PortalSettings::follow(QDBusConnection bus) {
   if (!bus.isConnected()) return;
   // From any sender, because naming one would make a blocking call; the portal's path and interface are its own.
   bus.connect(QString(), object, interface, u"SettingChanged"_s, this,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
 #include <QObject>
@@ -15,8 +16,8 @@ class PortalSettings final : public QObject {
  public:
   explicit PortalSettings(QObject* parent = nullptr);
 
-  /// Asks for all settings, and from now on for each change.
-  void start();
+  /// Asks for all settings on this bus, and from now on for each change; does nothing when it is not connected.
+  void follow(QDBusConnection bus);
 
  Q_SIGNALS:
   /// A setting has this value now. `value` is of a basic type, or a QDBusArgument.

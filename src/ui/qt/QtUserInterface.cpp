@@ -1,6 +1,8 @@
 #include "ui/qt/QtUserInterface.h"
 
+#include "core/Log.h"
 #include "ui/FirstOpening.h"
+#include "ui/qt/QtText.h"
 
 #include <QFontMetrics>
 #include <QGuiApplication>
@@ -10,6 +12,8 @@
 namespace zolvex {
 
 namespace {
+
+constexpr Logger logger("UserInterface");
 
 /// Time for the panel to take the status item, so that the popover opens beside it.
 constexpr Seconds firstOpeningDelay{0.5};
@@ -25,7 +29,12 @@ void lookUpFonts() {
 }  // namespace
 
 QtUserInterface::QtUserInterface(const UserInterfaceObjects& objects)
-    : use_(objects), model_(objects), popover_(model_), statusItem_(objects, popover_) {
+    : use_(objects),
+      sessionBus_(QDBusConnection::sessionBus()),
+      model_(objects),
+      popover_(model_),
+      statusItem_(objects, popover_) {
+  follow(sessionBus_);
   statusItem_.start();
   openAtFirstStart();
   fonts_ = use_.mainQueue.after(fontsDelay, lookUpFonts);
@@ -39,6 +48,22 @@ void QtUserInterface::openAtFirstStart() {
     model_.showSettings();
     show();
   });
+}
+
+void QtUserInterface::sessionBusArrived(const std::string& connectionName) {
+  if (sessionBus_.isConnected()) return;  // Qt's own, which was there before
+  logger.error("start Zolvex again for screen readers: Qt follows no session bus that comes late or restarts");
+  follow(QDBusConnection(qString(connectionName)));
+}
+
+void QtUserInterface::sessionBusLost() {
+  follow(QDBusConnection(QString()));
+}
+
+void QtUserInterface::follow(const QDBusConnection& sessionBus) {
+  sessionBus_ = sessionBus;
+  statusItem_.follow(sessionBus);
+  popover_.follow(sessionBus);
 }
 
 bool QtUserInterface::show() {

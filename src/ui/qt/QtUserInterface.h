@@ -5,6 +5,8 @@
 #include "ui/qt/PopoverModel.h"
 #include "ui/qt/StatusItem.h"
 
+#include <QDBusConnection>
+
 namespace zolvex {
 
 /// The windows, put together: the popover's model, the popover, the status item. Main thread.
@@ -13,11 +15,15 @@ class QtUserInterface final : public UserInterface {
   explicit QtUserInterface(const UserInterfaceObjects& objects);
 
   bool show() override;
+  void sessionBusArrived(const std::string& connectionName) override;
+  void sessionBusLost() override;
 
  private:
+  void follow(const QDBusConnection& sessionBus);
   void openAtFirstStart();
 
   UserInterfaceObjects use_;
+  QDBusConnection sessionBus_;  // the one that is followed; not connected when there is none
   PopoverModel model_;
   Popover popover_;
   StatusItem statusItem_;

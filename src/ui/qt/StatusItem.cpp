@@ -24,7 +24,6 @@ StatusItem::StatusItem(const UserInterfaceObjects& objects, Popover& popover) : 
 StatusItem::~StatusItem() = default;
 
 void StatusItem::start() {
-  host_.start();
   poll();
 }
 

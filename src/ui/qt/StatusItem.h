@@ -26,6 +26,9 @@ class StatusItem final : public QObject {
 
   void start();
 
+  /// Looks for panels on this bus, too, from now on; on none when it is not connected.
+  void follow(const QDBusConnection& sessionBus) { host_.follow(sessionBus); }
+
   void clicked(QSystemTrayIcon::ActivationReason reason);
 
   /// What the icon shows, or would show if there were a panel.

@@ -1,6 +1,5 @@
 #include "ui/qt/TrayHost.h"
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -25,25 +24,30 @@ bool deliversBothClicks() {
 
 TrayHost::TrayHost(QObject* parent) : QObject(parent) {}
 
-void TrayHost::start() {
-  watchStatusNotifiers();
+TrayHost::~TrayHost() = default;
+
+void TrayHost::follow(const QDBusConnection& sessionBus) {
+  statusNotifierWatch_.reset();
+  hasStatusNotifierWatcher_ = false;
+  isAsking_ = false;
+  if (sessionBus.isConnected()) watchStatusNotifiers(sessionBus);
   look();
 }
 
-void TrayHost::watchStatusNotifiers() {
-  auto bus = QDBusConnection::sessionBus();
-  if (!bus.isConnected()) return;
+void TrayHost::watchStatusNotifiers(const QDBusConnection& sessionBus) {
   const auto take = [this](bool isThere) {
     hasStatusNotifierWatcher_ = isThere;
     look();
   };
-  auto* watcher = new QDBusServiceWatcher(watcherService, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
-  connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+  statusNotifierWatch_ =
+      std::make_unique<QDBusServiceWatcher>(watcherService, sessionBus, QDBusServiceWatcher::WatchForOwnerChange);
+  auto* const watch = statusNotifierWatch_.get();
+  connect(watch, &QDBusServiceWatcher::serviceOwnerChanged, this,
           [take](const QString&, const QString&, const QString& owner) { take(!owner.isEmpty()); });
   auto call = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s, u"/org/freedesktop/DBus"_s,
                                              u"org.freedesktop.DBus"_s, u"NameHasOwner"_s);
   call << QString(watcherService);
-  auto* question = new QDBusPendingCallWatcher(bus.asyncCall(call, answerLimit), this);
+  auto* question = new QDBusPendingCallWatcher(sessionBus.asyncCall(call, answerLimit), watch);
   isAsking_ = true;
   connect(question, &QDBusPendingCallWatcher::finished, this, [this, question, take] {
     question->deleteLater();

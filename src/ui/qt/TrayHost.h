@@ -2,7 +2,12 @@
 
 #include "ui/qt/EmbeddingTray.h"
 
+#include <QDBusConnection>
 #include <QObject>
+
+#include <memory>
+
+class QDBusServiceWatcher;
 
 namespace zolvex {
 
@@ -19,9 +24,10 @@ class TrayHost final : public QObject {
   };
 
   explicit TrayHost(QObject* parent = nullptr);
+  ~TrayHost() override;
 
-  /// Looks for a panel, and from now on for each change.
-  void start();
+  /// Looks for a panel on this bus, and from now on for each change; on none when it is not connected.
+  void follow(const QDBusConnection& sessionBus);
 
   Kind kind() const { return kind_; }
 
@@ -32,13 +38,14 @@ class TrayHost final : public QObject {
   void changed();
 
  private:
-  void watchStatusNotifiers();
+  void watchStatusNotifiers(const QDBusConnection& sessionBus);
   Kind find();
 
   EmbeddingTray embeddingTray_;
   Kind kind_ = Kind::none;
   bool isAsking_ = false;  // whether there are status notifiers
   bool hasStatusNotifierWatcher_ = false;
+  std::unique_ptr<QDBusServiceWatcher> statusNotifierWatch_;  // of the bus that is followed
 };
 
 }  // namespace zolvex

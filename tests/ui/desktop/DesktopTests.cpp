@@ -1,6 +1,10 @@
+#include "support/ScriptedService.h"
 #include "ui/desktop/DesktopWorld.h"
 
+#include <QDBusMetaType>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace zolvex::test {
 namespace {
@@ -120,6 +124,42 @@ TEST_F(DesktopTest, theFirstOpeningDoesNotWaitForAHungBus) {
   ASSERT_EQ(kill(bus, SIGSTOP), 0);
   waitForDock();
   EXPECT_EQ(kill(bus, SIGCONT), 0);
+  expectQuietEnd();
+}
+
+/// A desktop's portal that wants windows to be dark, and knows no more.
+class DarkPortal {
+ public:
+  explicit DarkPortal(const QString& busAddress) : service_(busAddress, u"org.freedesktop.portal.Desktop"_s, answer) {
+    qDBusRegisterMetaType<QMap<QString, QVariantMap>>();
+  }
+
+ private:
+  static QDBusMessage answer(const QDBusMessage& call) {
+    if (call.member() != "ReadAll"_L1) return call.createErrorReply(QDBusError::UnknownMethod, {});
+    const QMap<QString, QVariantMap> settings{{u"org.freedesktop.appearance"_s, {{u"color-scheme"_s, 1U}}}};
+    return call.createReply(QVariant::fromValue(settings));
+  }
+
+  ScriptedService service_;
+};
+
+TEST_F(DesktopTest, aSessionBusThatRestartsIsAskedForTheLooksAgain) {
+  startDocked();
+  const auto isDark = [this] {
+    const auto pixel = desktop.picture({DesktopWorld::inside, QSize(1, 1)});
+    return std::ranges::all_of(pixel.first(3), [](char part) { return static_cast<unsigned char>(part) < 128; });
+  };
+  const auto program = static_cast<pid_t>(zolvex().processId());
+  desktop.computer.sessionBus.stop();
+  ASSERT_EQ(kill(program, SIGSTOP), 0);  // it meets a bus with everything on it
+  ASSERT_TRUE(desktop.computer.sessionBus.start());
+  const DarkPortal portal(desktop.computer.sessionBus.address());
+  ASSERT_EQ(kill(program, SIGCONT), 0);
+  ASSERT_TRUE(zolvex().complains("start Zolvex again for screen readers"));
+  desktop.click(DesktopWorld::icon);
+  ASSERT_TRUE(desktop.isShown());
+  EXPECT_TRUE(runUntil(isDark));
   expectQuietEnd();
 }
 

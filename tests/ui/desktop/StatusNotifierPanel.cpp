@@ -99,11 +99,9 @@ void StatusNotifierPanel::start(const ProgramRun::Variables& variables) {
 }
 
 void StatusNotifierPanel::startXfce(const QString& configuration, const ProgramRun::Variables& variables) {
-  if (!settings_) {
-    write(configuration + u"/xfce4/xfconf/xfce-perchannel-xml"_s, u"xfce4-panel.xml"_s, xfceSettings);
-    settings_.emplace(xfceSettingsService(), QStringList{}, variables);
-    EXPECT_TRUE(isOnBus(u"org.xfce.Xfconf"_s, valueOf(u"DBUS_SESSION_BUS_ADDRESS"_s, variables)));
-  }
+  write(configuration + u"/xfce4/xfconf/xfce-perchannel-xml"_s, u"xfce4-panel.xml"_s, xfceSettings);
+  settings_.emplace(xfceSettingsService(), QStringList{}, variables);
+  EXPECT_TRUE(isOnBus(u"org.xfce.Xfconf"_s, valueOf(u"DBUS_SESSION_BUS_ADDRESS"_s, variables)));
   panel_.emplace(u"xfce4-panel"_s, QStringList{u"--sm-client-disable"_s}, variables);
 }
 
@@ -117,6 +115,7 @@ void StatusNotifierPanel::stop() {
   panel_->terminate();
   (void)panel_->hasEnded();
   panel_.reset();
+  settings_.reset();
 }
 
 }  // namespace zolvex::test

@@ -26,7 +26,7 @@ class StatusNotifierPanel {
   /// `variables` as for any program of the desktop, with its session bus and XDG_CONFIG_HOME, where its settings go.
   void start(const ProgramRun::Variables& variables);
 
-  /// Asks it to end, and waits for that.
+  /// Asks it to end, unless it has, and waits for that.
   void stop();
 
   /// The middle of the only icon.

@@ -131,6 +131,22 @@ TEST_P(StatusNotifierTest, thePanelMayComeLateAndRestart) {
   EXPECT_EQ(desktop.computer.end(), 0);
 }
 
+TEST_P(StatusNotifierTest, theSessionBusMayRestart) {
+  startPanel();
+  ASSERT_TRUE(desktop.startZolvex());
+  ASSERT_TRUE(opensPopover());
+  desktop.press(u"Escape"_s);
+  ASSERT_TRUE(desktop.isHidden());
+  desktop.computer.sessionBus.stop();
+  ASSERT_TRUE(zolvex().complains("the panel with the status item is gone"));
+  panel.stop();
+  ASSERT_TRUE(desktop.computer.sessionBus.start());
+  ASSERT_TRUE(zolvex().complains("start Zolvex again for screen readers"));
+  startPanel();
+  EXPECT_TRUE(opensPopover());
+  EXPECT_EQ(desktop.computer.end(), 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Panels, StatusNotifierTest, testing::Values(Kind::xfce, Kind::lxqt),
                          [](const auto& panel) { return nameOf(panel.param); });
 
