@@ -127,6 +127,24 @@ TEST(LayoutTest, whatHasTheKeyboardIsScrolledIntoView) {
   EXPECT_EQ(UiWorld::area(*ui.item(u"devicesHeader"_s)).top(), begin);
 }
 
+TEST(LayoutTest, theAboutPageScrollsWhereTheScreenIsTooSmall) {
+  const LargeFont font(5);
+  UiWorld ui;
+  ui.openAt({300, 2, 24, 24});
+  ui.click(u"about"_s);
+  const auto last = [&ui] { return UiWorld::area(*ui.item(u"Acknowledgements"_s)); };
+  ASSERT_TRUE(runUntil([&] { return last().bottom() > ui.window().height(); })) << "the screen is large enough";
+  expectTidy(ui);
+  for (int tabs = 0; ui.window().activeFocusItem()->objectName() != u"Acknowledgements"_s; ++tabs) {
+    ASSERT_LT(tabs, 5) << "the keyboard does not get there";
+    ui.press(Qt::Key_Tab);
+    const auto focused = UiWorld::area(*ui.window().activeFocusItem());
+    EXPECT_GE(focused.top(), 0);
+    EXPECT_LE(focused.bottom(), ui.window().height());
+  }
+  expectTidy(ui);
+}
+
 TEST(AppearanceTest, followsTheDesktopWhileRunning) {
   UiWorld ui;
   ui.open();

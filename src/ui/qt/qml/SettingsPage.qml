@@ -2,7 +2,6 @@
 // qmllint disable unqualified
 import QtQuick
 import QtQuick.Layouts
-import QtQuick.Templates as T
 import Zolvex
 
 /// The settings, which are also the setup: three sections, what is still missing, and the way out.
@@ -36,29 +35,13 @@ FocusScope {
 
         implicitHeight: back.implicitHeight
     }
-    Flickable {
+    PageScroll {
         id: scroll
 
         anchors.fill: parent
         anchors.topMargin: Theme.margin + top.implicitHeight + Theme.spacing
         anchors.bottomMargin: Theme.margin + bottom.implicitHeight + Theme.spacing
-        clip: true
-        contentWidth: width
         contentHeight: sections.implicitHeight
-        boundsBehavior: Flickable.StopAtBounds
-        T.ScrollBar.vertical: ScrollMark {}
-
-        // Whoever goes through the page with the keyboard sees where that is.
-        readonly property Item focused: Window.activeFocusItem
-        onFocusedChanged: reveal(focused)
-
-        function reveal(item: Item) {
-            let ancestor = item
-            while (ancestor && ancestor !== sections) ancestor = ancestor.parent
-            if (!ancestor) return
-            const top = item.mapToItem(contentItem, 0, 0).y
-            contentY = Math.max(Math.min(contentY, top), top + item.height - height)
-        }
 
         ColumnLayout {
             id: sections
