@@ -32,6 +32,11 @@ class Album:
             self._names.append((name, scheme))
         computer.scheme(False)
 
+    def take_menu(self, computer, name):
+        """The menu of a panel that shows one. The panel has looks of its own."""
+        computer.picture_of_menu(self._draft(name, "light"))
+        self._names.append((name, "light"))
+
     def take_for_strip(self, moment, computers, scheme):
         """The popovers of all of them at one moment, with the panels, to be put beside each other."""
         for computer in computers:

@@ -15,6 +15,7 @@ import dbus
 import dbus.mainloop.glib
 from gi.repository import GLib
 
+import menu_panel
 from accessible import AccessibilityBus
 from portal import Portal
 
@@ -30,8 +31,18 @@ LOOK_INTERVAL = 0.05
 WIDTH, HEIGHT = 820, 900  # of the screen
 PANEL = 28  # the height of the panel, and the size of its only icon, at the end
 STRIP_MARGIN, STRIP_HEIGHT = 6, 396  # around a popover in a picture with the panel
+MENU_WIDTH, MENU_HEIGHT = 160, 112  # of a picture with the panel's menu
 
+DOCKED = "the status item is in the panel"
 BACKGROUND, PANEL_COLOUR = "#73839a", "0xe8eaee"
+
+TAKING_HOT_KEY = """<?xml version="1.0"?>
+<openbox_config xmlns="http://openbox.org/3.4/rc">
+  <keyboard>
+    <keybind key="C-A-d"><action name="Execute"><command>touch {proof}</command></action></keybind>
+  </keyboard>
+</openbox_config>
+"""
 
 
 class Failed(Exception):
@@ -122,9 +133,15 @@ class Desktop:
                                 stderr=subprocess.DEVNULL)
 
     def _start_panel(self):
+        """One that delivers every click."""
         height = PANEL * self._scale
-        self._start("trayer", "--edge", "top", "--align", "right", "--width", "100", "--height", str(height),
-                    "--transparent", "true", "--alpha", "0", "--tint", PANEL_COLOUR)
+        self._panel = self._start("trayer", "--edge", "top", "--align", "right", "--width", "100",
+                                  "--height", str(height), "--transparent", "true", "--alpha", "0",
+                                  "--tint", PANEL_COLOUR)
+
+    def _end_panel(self):
+        self._panel.terminate()
+        self._panel.wait(END_LIMIT)
 
     def _xdotool(self, *arguments):
         return subprocess.run(["xdotool", *map(str, arguments)], env=self._environment, capture_output=True, text=True,
@@ -157,10 +174,10 @@ class Desktop:
         with self._log.open("wb") as output:
             self._zolvex = subprocess.Popen([program], env=self._environment, stdin=subprocess.DEVNULL, stderr=output)
         wait("zolvex on the bus", lambda: self._session.name_has_owner(CONTROL))
-        self.wait_for_log("the status item is in the panel")
+        self.wait_for_log(DOCKED)
 
-    def wait_for_log(self, text):
-        wait(f'the log line "{text}"', lambda: text in self._log.read_text(errors="replace"))
+    def wait_for_log(self, text, times=1):
+        wait(f'the log line "{text}"', lambda: self._log.read_text(errors="replace").count(text) >= times)
 
     # What a user does
 
@@ -180,7 +197,33 @@ class Desktop:
             return self._window()
 
         wait("the popover", is_there)
+        self.point_elsewhere()
+
+    def rest_on(self, x, y):
+        """The pointer, at this place of the popover, until something says what it is."""
+        window = wait("the popover", self._window)
+        before = self._grab("-window", window)
+        self._xdotool("mousemove", "--window", window, x * self._scale, y * self._scale)
+        wait("a tooltip", lambda: self._grab("-window", window) != before)
+
+    def point_elsewhere(self):
         self._xdotool("mousemove", WIDTH * self._scale // 4, HEIGHT * self._scale - 20)
+
+    def take_hot_key(self, is_taken):
+        """The window manager has the hot key for something else, or does not any more."""
+        folder = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "openbox"
+        folder.mkdir(exist_ok=True)
+        file, proof = folder / "rc.xml", folder / "hot-key-pressed"
+        file.write_text(TAKING_HOT_KEY.format(proof=proof)) if is_taken else file.unlink()
+        subprocess.run(["openbox", "--reconfigure"], env=self._environment, check=True, timeout=LIMIT)
+
+        def has_it():
+            proof.unlink(missing_ok=True)
+            self._xdotool("key", "ctrl+alt+d")
+            pump(0.3)
+            return proof.exists()
+
+        wait("the window manager", lambda: has_it() == is_taken)
 
     def wait_for_window(self, title):
         wait(f'the window "{title}"', lambda: self._window(title))
@@ -251,6 +294,37 @@ class Desktop:
         left = int(where["X"]) - STRIP_MARGIN * self._scale
         size = f"{int(where['WIDTH']) + 2 * STRIP_MARGIN * self._scale}x{STRIP_HEIGHT * self._scale}"
         pathlib.Path(file).write_bytes(self._grab_at_rest("-window", "root", "-crop", f"{size}+{left}+0", "+repage"))
+
+    def picture_of_menu(self, file):
+        """What a panel that keeps right clicks to itself shows on one, the popover being closed."""
+        self._end_panel()
+        settings = menu_panel.start_settings(self._environment)
+        wait("the settings of the panel", lambda: self._session.name_has_owner(menu_panel.SETTINGS_NAME))
+        self._panel = menu_panel.start(self._environment, self._scale)
+        self.wait_for_log(DOCKED, 2)
+        pathlib.Path(file).write_bytes(self._grab_menu())
+        self._xdotool("key", "Escape")
+        self._end_panel()
+        settings.terminate()
+        self._start_panel()
+        self.wait_for_log(DOCKED, 3)
+
+    def _grab_menu(self):
+        width, height = MENU_WIDTH * self._scale, MENU_HEIGHT * self._scale
+        part = "-window", "root", "-crop", f"{width}x{height}+{WIDTH * self._scale - width}+0", "+repage"
+        x, y = (WIDTH - PANEL // 2) * self._scale, PANEL // 2 * self._scale
+        bare = [b""]
+
+        def is_open():
+            if bare[0] and self._grab(*part) != bare[0]:
+                return True
+            bare[0] = self._grab_at_rest(*part)
+            self._xdotool("mousemove", x, y, "click", 3)
+            pump(1)
+            return False
+
+        wait("the menu", is_open)
+        return self._grab_at_rest(*part)
 
 
 def obey(desktop, line):

@@ -4,6 +4,11 @@ from album import MAIN_WINDOW, SCHEMES
 
 DEVICES = ("Magic Keyboard", "Magic Mouse", "Magic Trackpad")
 CHECK_BOX = "check box"
+HOT_KEY_IS_TAKEN = "Another program"
+
+# Where they are in the popover, in pixels at scale 1.
+HOT_KEY_BADGE = 90, 28
+HOT_KEY_ROW = 120, 320
 SWITCH_LIMIT = 110  # seconds; a switch that fails tries everything first
 
 # What a first start does not have yet.
@@ -17,6 +22,7 @@ def set_up(world, album, program, logs):
     laptop.start_zolvex(program, str(logs / "laptop.log"), FORGOTTEN)
     laptop.wait_for_window(MAIN_WINDOW)
     laptop.see(DEVICES[0])
+    laptop.see("1 Mac found")
     album.take(laptop, "setup-devices")
     for device in DEVICES:
         laptop.press(device, CHECK_BOX)
@@ -48,6 +54,9 @@ def settings(world, album, _program, _logs):
     laptop.see("This Mac has zolvex", SWITCH_LIMIT)
     laptop.see("Peer reachable")
     album.take(laptop, "this-mac")
+    laptop.rest_on(*HOT_KEY_BADGE)
+    album.take(laptop, "tooltip")
+    laptop.point_elsewhere()
     laptop.press("Settings")
     laptop.see("Save")
     laptop.press("Devices")
@@ -71,7 +80,22 @@ def settings(world, album, _program, _logs):
     laptop.press("Cancel")
     laptop.press("Auto release", CHECK_BOX)
     laptop.press("Auto-switch", CHECK_BOX)
+    hot_key_taken(laptop, album)
     laptop.press("Back")
+
+
+def hot_key_taken(computer, album):
+    """The row of the hot key, on the page that is shown, says why it does nothing."""
+    computer.press("Global hotkey", CHECK_BOX)
+    computer.take_hot_key(True)
+    computer.press("Global hotkey", CHECK_BOX)
+    computer.see(HOT_KEY_IS_TAKEN)
+    computer.rest_on(*HOT_KEY_ROW)
+    album.take(computer, "settings-hot-key-taken")
+    computer.point_elsewhere()
+    computer.press("Global hotkey", CHECK_BOX)
+    computer.take_hot_key(False)
+    computer.press("Global hotkey", CHECK_BOX)
 
 
 def about(world, album, _program, _logs):
@@ -150,4 +174,12 @@ def misfortune(world, album, _program, _logs):
     album.take(studio, "settings-nothing-paired")
 
 
-STORIES = (set_up, settings, about, switch, misfortune)
+def panel_menu(world, album, _program, _logs):
+    """A panel that shows a menu"""
+    laptop = world.computers["Laptop"]
+    laptop.close(MAIN_WINDOW)
+    album.take_menu(laptop, "menu")
+    laptop.open()
+
+
+STORIES = (set_up, settings, about, switch, misfortune, panel_menu)
