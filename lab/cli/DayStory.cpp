@@ -1,5 +1,7 @@
 #include "lab/cli/DayStory.h"
 
+#include "lab/cli/Cast.h"
+
 #include <algorithm>
 #include <memory>
 
@@ -10,10 +12,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const auto studio = u"Studio"_s;
-const auto laptop = u"Laptop"_s;
-
-constexpr std::chrono::milliseconds findLimit = 30s;
 constexpr std::chrono::milliseconds beginLimit = 40s;
 constexpr std::chrono::milliseconds actLimit = 10s;
 constexpr std::chrono::milliseconds moveLimit = 30s;

@@ -1,5 +1,7 @@
 #include "lab/cli/Demo.h"
 
+#include "lab/cli/Cast.h"
+
 namespace zolvex::lab {
 
 using namespace Qt::StringLiterals;
@@ -7,9 +9,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const auto studio = u"Studio"_s;
-const auto laptop = u"Laptop"_s;
-constexpr std::chrono::milliseconds findLimit = 30s;
 constexpr std::chrono::milliseconds connectLimit = 40s;
 constexpr std::chrono::milliseconds announceLimit = 3s;
 

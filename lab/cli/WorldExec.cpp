@@ -25,7 +25,7 @@ namespace {
 
 constexpr int signalStatusBase = 128;
 
-int fail(const QString& what) {
+int failWithErrno(const QString& what) {
   std::fprintf(stderr, "zolvex-lab: %s: %s\n", qPrintable(what), std::strerror(errno));
   return EXIT_FAILURE;
 }
@@ -77,15 +77,16 @@ bool takeEnvironment(const QString& computer) {
 }  // namespace
 
 int execInWorld(const Options& options) {
-  if (!joinSandbox(options.world)) return fail(u"cannot enter the world of process %1"_s.arg(options.world));
-  if (!takeEnvironment(options.computer)) return fail(u"there is no computer %1 in that world"_s.arg(options.computer));
-  if (!join(Network::namespaceFile(options.computer))) return fail(u"cannot enter the network"_s);
+  if (!joinSandbox(options.world)) return failWithErrno(u"cannot enter the world of process %1"_s.arg(options.world));
+  if (!takeEnvironment(options.computer))
+    return failWithErrno(u"there is no computer %1 in that world"_s.arg(options.computer));
+  if (!join(Network::namespaceFile(options.computer))) return failWithErrno(u"cannot enter the network"_s);
   if (unshare(CLONE_NEWUTS) == 0) {
     const auto host = Network::hostName(options.computer).toUtf8();
     [[maybe_unused]] const auto renamed = sethostname(host.constData(), static_cast<std::size_t>(host.size()));
   }
   const auto child = fork();  // only a child is in the new process namespace
-  if (child < 0) return fail(u"cannot start a process"_s);
+  if (child < 0) return failWithErrno(u"cannot start a process"_s);
   if (child == 0) runProgram(options.program);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {

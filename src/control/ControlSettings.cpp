@@ -1,5 +1,6 @@
 #include "control/ControlSettings.h"
 
+#include "control/ControlText.h"
 #include "control/UnsavedChange.h"
 #include "core/SettingsKeys.h"
 
@@ -32,10 +33,6 @@ constexpr std::array internalTables{
     InternalTable{settings::peerIdentityID, "It is this computer's identity towards its peer."},
     InternalTable{settings::didConfigureLaunchAtLoginDefault, "Use: zolvexctl settings launchAtLogin on|off"},
 };
-
-QString qString(std::string_view text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 bool isNumber(const QVariant& value) {
   const auto type = value.typeId();

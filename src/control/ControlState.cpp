@@ -1,5 +1,6 @@
 #include "control/ControlState.h"
 
+#include "control/ControlText.h"
 #include "control/ControlTypes.h"
 #include "core/Version.h"
 
@@ -14,10 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace zolvex::control {
 
 namespace {
-
-QString qString(std::string_view text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 QVariant deviceRows(const std::vector<BluetoothPeripheral>& peripherals) {
   DeviceRows rows;

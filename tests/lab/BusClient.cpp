@@ -1,5 +1,7 @@
 #include "lab/BusClient.h"
 
+#include "lab/PropertiesInterface.h"
+
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
@@ -16,7 +18,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const auto bluez = u"org.bluez"_s;
-const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 
 QString nextName() {
   static std::atomic<int> count = 0;

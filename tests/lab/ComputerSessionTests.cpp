@@ -1,4 +1,5 @@
 #include "lab/EventWait.h"
+#include "lab/PropertiesInterface.h"
 #include "lab/ServiceClient.h"
 #include "lab/session/ComputerSession.h"
 
@@ -20,7 +21,6 @@ const auto freedesktopPath = u"/org/freedesktop/ScreenSaver"_s;
 const auto freedesktopInterface = u"org.freedesktop.ScreenSaver"_s;
 const auto displayPath = u"/org/gnome/Mutter/DisplayConfig"_s;
 const auto displayInterface = u"org.gnome.Mutter.DisplayConfig"_s;
-const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 
 /// One bus serves as both.
 class ComputerSessionTest : public testing::Test {

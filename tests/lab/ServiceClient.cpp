@@ -1,5 +1,7 @@
 #include "lab/ServiceClient.h"
 
+#include "lab/PropertiesInterface.h"
+
 #include <QDBusArgument>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
@@ -15,7 +17,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr int limitMilliseconds = 5'000;
-const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 
 QString nextName() {
   static std::atomic<int> count = 0;

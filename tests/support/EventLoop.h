@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Patience.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
@@ -8,9 +10,6 @@
 #include <chrono>
 
 namespace zolvex::test {
-
-/// Longest wait for something that is bound to happen; long, because machines that run tests are slow at times.
-inline constexpr std::chrono::seconds patience{20};
 
 /// Lets the event loop run until `condition` holds, looking after each event and, as the condition may depend on what
 /// sends this process no event, every few milliseconds. False when it still does not hold after `limit`.

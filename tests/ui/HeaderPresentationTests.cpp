@@ -20,7 +20,7 @@ struct Row {
 };
 
 // clang-format off
-const std::array rows{
+const std::array headers{
     Row{unknown, "Set up your devices", "questionmark.circle", secondary,
         "Choose the Magic devices to manage.", "Choose the Magic devices to manage."},
     Row{thisMac, "This Mac has zolvex", "hand.pinch.fill", green,
@@ -44,8 +44,8 @@ std::string subtitle(DeviceOwnershipState state, std::string_view message) {
 }
 
 TEST(HeaderPresentation, tellsEachStateInItsOwnWords) {
-  ASSERT_EQ(rows.size(), allOwnershipStates.size());
-  for (const auto& row : rows) {
+  ASSERT_EQ(headers.size(), allOwnershipStates.size());
+  for (const auto& row : headers) {
     SCOPED_TRACE(nameOf(row.state));
     const auto header = presentHeader({.ownershipState = row.state});
     EXPECT_EQ(header.title, row.title);

@@ -18,13 +18,11 @@ namespace zolvex {
 namespace {
 
 using test::ask;
+using test::frame;
+using test::patience;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-
-constexpr std::chrono::seconds patience{20};
-const std::string healthCheck("HEALTH_CHECK\0", 13);
-const std::string success("OP_SUCCESS\0", 11);
 
 class FakeHostName final : public LocalHostName {
  public:
@@ -125,7 +123,7 @@ TEST_F(BonjourTransportTest, aNameThatComesLaterIsPublishedWithoutANewPublicatio
 }
 
 TEST_F(BonjourTransportTest, receivedCommandReachesTheDelegate) {
-  EXPECT_EQ(ask(start(), healthCheck), success);
+  EXPECT_EQ(ask(start(), frame("HEALTH_CHECK")), frame("OP_SUCCESS"));
   onMain([&] { EXPECT_THAT(delegate.received, ElementsAre("HEALTH_CHECK")); });
 }
 
@@ -185,7 +183,7 @@ TEST_F(BonjourTransportTest, stoppingUnpublishesAndNothingIsHeardAnyMore) {
     EXPECT_EQ(publisher.listener, nullptr);
     EXPECT_EQ(browser.listener, nullptr);
   });
-  EXPECT_EQ(ask(port, healthCheck), std::nullopt);
+  EXPECT_EQ(ask(port, frame("HEALTH_CHECK")), std::nullopt);
   onMain([&] { EXPECT_THAT(delegate.received, IsEmpty()); });
 }
 
@@ -203,18 +201,18 @@ TEST_F(BonjourTransportTest, startedAgainItPublishesItsNewPort) {
   stop();
   const auto port = start();
   EXPECT_EQ(publisher.publications, 2);
-  EXPECT_EQ(ask(port, healthCheck), success);
+  EXPECT_EQ(ask(port, frame("HEALTH_CHECK")), frame("OP_SUCCESS"));
 }
 
 TEST_F(BonjourTransportTest, replyAfterStoppingStillReachesTheRequester) {
   delegate.answer.reset();
   const auto port = start();
-  auto reply = std::async(std::launch::async, [port] { return ask(port, healthCheck); });
+  auto reply = std::async(std::launch::async, [port] { return ask(port, frame("HEALTH_CHECK")); });
   bool waiting = false;
   while (!waiting) onMain([&] { waiting = !delegate.channels.empty(); });
   stop();
   onMain([&] { delegate.channels.front()->reply(DeviceCommand::operationSuccess); });
-  EXPECT_EQ(reply.get(), success);
+  EXPECT_EQ(reply.get(), frame("OP_SUCCESS"));
 }
 
 TEST_F(BonjourTransportTest, discoveryReachesTheDelegateAndLeavesOutOurselves) {

@@ -28,8 +28,6 @@ inline constexpr std::string_view failureFrame{"OP_FAILED\0", 10};
 /// A real listener on a real network thread, on loopback, whose commands are answered at once or on the test's word.
 class ListenerFixture : public testing::Test {
  protected:
-  static constexpr std::chrono::seconds patience{20};
-
   ~ListenerFixture() override;
 
   /// Starts the listener. `answersAtOnce` or the channels are kept for answer().

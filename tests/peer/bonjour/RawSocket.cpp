@@ -120,6 +120,10 @@ bool RawSocket::isAbandonedByOtherSide() {
   return wait(descriptor_, 0);  // which is reported without being asked for
 }
 
+std::string frame(std::string_view text) {
+  return std::string(text) + '\0';
+}
+
 std::optional<std::string> ask(std::uint16_t port, std::string_view frame) {
   auto socket = RawSocket::connectedTo(port);
   if (!socket.isOpen() || !socket.send(frame)) return std::nullopt;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Time.h"
+#include "support/Patience.h"
 
 #include <chrono>
 #include <cstddef>
@@ -53,6 +54,9 @@ class RawSocket {
  private:
   int descriptor_ = -1;
 };
+
+/// A command or reply as it is on the wire.
+std::string frame(std::string_view text);
 
 /// Connects, sends one frame, half-closes and receives, as a well-behaved requester does. None when it got no reply.
 std::optional<std::string> ask(std::uint16_t port, std::string_view frame);

@@ -10,6 +10,7 @@ namespace {
 
 using test::ask;
 using test::failureFrame;
+using test::frame;
 using test::healthCheckFrame;
 using test::RawSocket;
 using test::successFrame;
@@ -19,10 +20,6 @@ using testing::IsEmpty;
 using TcpListenerTest = test::ListenerFixture;
 
 constexpr std::chrono::minutes aMinute{1};
-
-std::string frame(std::string_view text) {
-  return std::string(text) + '\0';
-}
 
 TEST(ListenerLimits, areWhatIsPromisedToPeers) {
   EXPECT_EQ(ListenerLimits{}.frame, Seconds(10.0));

@@ -22,6 +22,8 @@ void PrintTo(const PeerReply& reply, std::ostream* out) {
 
 namespace {
 
+using test::frame;
+using test::patience;
 using test::RawServer;
 using test::RawSocket;
 using test::residentMemory;
@@ -29,7 +31,6 @@ using testing::ElementsAre;
 
 constexpr Seconds shortLimit{0.2};
 constexpr Seconds longLimit{60.0};  // so long that a test that waits for it has failed
-constexpr std::chrono::seconds patience{20};
 
 const PeerReply success{DeviceCommand::operationSuccess, std::nullopt};
 
@@ -91,10 +92,6 @@ class TcpRequestTest : public testing::Test {
   std::promise<PeerReply> reply_;
   std::atomic<int> completions_ = 0;
 };
-
-std::string frame(std::string_view text) {
-  return std::string(text) + '\0';
-}
 
 TEST_F(TcpRequestTest, sendsOneFrameHalfClosesAndReadsTheReply) {
   std::string seen;

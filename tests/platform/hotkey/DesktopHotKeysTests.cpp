@@ -1,3 +1,4 @@
+#include "platform/hotkey/ControlAltD.h"
 #include "platform/hotkey/FakePortal.h"
 #include "platform/linux/hotkey/DesktopHotKeys.h"
 #include "platform/session/SessionWorld.h"
@@ -7,8 +8,6 @@
 
 namespace zolvex::test {
 namespace {
-
-const HotKey controlAltD{{"ZLVX", 1}, 'd', true, true};
 
 struct DesktopHotKeysTest : SessionWorld {
   /// Asks for the hot key; whether it is given.

@@ -1,3 +1,4 @@
+#include "platform/hotkey/ControlAltD.h"
 #include "platform/hotkey/FakePortal.h"
 #include "platform/linux/hotkey/PortalHotKeys.h"
 #include "platform/session/SessionWorld.h"
@@ -12,8 +13,6 @@ namespace zolvex::test {
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
-
-const HotKey controlAltD{{"ZLVX", 1}, 'd', true, true};
 
 struct PortalHotKeysTest : SessionWorld {
   PortalHotKeysTest() {

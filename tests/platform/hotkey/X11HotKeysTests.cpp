@@ -1,3 +1,4 @@
+#include "platform/hotkey/ControlAltD.h"
 #include "platform/linux/hotkey/X11HotKeys.h"
 #include "platform/session/SessionWorld.h"
 #include "platform/session/XvfbServer.h"
@@ -15,8 +16,6 @@ namespace zolvex::test {
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
-
-const HotKey controlAltD{{"ZLVX", 1}, 'd', true, true};
 
 /// One program that wants the hot key.
 struct Program {
