@@ -127,7 +127,7 @@ TEST_F(WorkerMisfortune, aBusThatDiesDuringTheRemovalHasRemovedNothing) {
 TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedDuringTheConnectionEndsTheAttempt) {
   bond(mouse);
   inject(u"hangs-on-connect"_s);
-  constexpr std::chrono::milliseconds untilConnectRuns{300};
+  static constexpr std::chrono::milliseconds untilConnectRuns{300};
   afterAnswer(u"Set"_s, 1, [this] {
     QTimer::singleShot(untilConnectRuns, bluez.get(), [this] { inject(u"adapter-unplugged"_s); });
   });
@@ -142,7 +142,7 @@ TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedWhileTheDaemonStaysSilentEndsTh
   bond(mouse);
   inject(u"hangs-on-connect"_s);
   inject(u"connect-reply-lost"_s);
-  constexpr std::chrono::milliseconds untilConnectRuns{300};
+  static constexpr std::chrono::milliseconds untilConnectRuns{300};
   afterAnswer(u"Set"_s, 1, [this] {
     QTimer::singleShot(untilConnectRuns, bluez.get(), [this] { inject(u"adapter-unplugged"_s); });
   });
@@ -155,7 +155,7 @@ TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedWhileTheDaemonStaysSilentEndsTh
 
 TEST_F(WorkerMisfortune, anAdapterThatIsUnpluggedDuringThePairingEndsTheAttempt) {
   inject(u"hangs-on-pair"_s);
-  constexpr std::chrono::milliseconds untilPairRuns{300};
+  static constexpr std::chrono::milliseconds untilPairRuns{300};
   afterAnswer(u"RegisterAgent"_s, 1,
               [this] { QTimer::singleShot(untilPairRuns, bluez.get(), [this] { inject(u"adapter-unplugged"_s); }); });
   const auto result = connect(mouse);
