@@ -118,7 +118,8 @@ build_preset() {
     export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1 CCACHE_BASEDIR=$root
   fi
   step "Building (preset $preset, in build/$preset)"
-  cmake --preset "$preset" >"$(log_file "configure-$preset")" 2>&1 || {
+  # What is built here is mostly built from nothing; ZOLVEX_UNITY=OFF compiles each file alone.
+  cmake --preset "$preset" -DZOLVEX_UNITY="${ZOLVEX_UNITY:-ON}" >"$(log_file "configure-$preset")" 2>&1 || {
     cat "$(log_file "configure-$preset")" >&2
     fail "configuring failed (see above)" "if build/$preset is from another machine or compiler, delete it and run this again"
   }
