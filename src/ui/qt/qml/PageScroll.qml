@@ -3,17 +3,24 @@ import QtQuick.Templates as T
 import Zolvex
 
 /// The part of a page that scrolls where the screen is too small for it. Whoever goes through it with the keyboard sees
-/// where that is.
+/// where that is, also while a section opens and the window still grows.
 Flickable {
     id: scroll
 
     readonly property Item focused: Window.activeFocusItem
+    property bool followsKeyboard: true  // until somebody scrolls
 
     clip: true
     contentWidth: width
     boundsBehavior: Flickable.StopAtBounds
     T.ScrollBar.vertical: ScrollMark {}
-    onFocusedChanged: reveal(focused)
+    onFocusedChanged: {
+        followsKeyboard = true
+        reveal(focused)
+    }
+    onMovementStarted: followsKeyboard = false
+    onHeightChanged: if (followsKeyboard) reveal(focused)
+    onContentHeightChanged: if (followsKeyboard) reveal(focused)
 
     function reveal(item: Item) {
         let ancestor = item
