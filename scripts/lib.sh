@@ -29,7 +29,7 @@ print_help() { sed -n '2,/^[^#]/{s/^# \{0,1\}//p}' "$0"; }
 jobs_count() { echo "${ZOLVEX_JOBS:-$(nproc)}"; }
 
 # How many tests to run at once: most of their time they wait for something.
-test_jobs_count() { echo $((3 * $(jobs_count))); }
+test_jobs_count() { echo $((5 * $(jobs_count))); }
 
 # packages_of GROUP...: the names in these groups of packaging/debian-packages.
 packages_of() {
@@ -108,10 +108,14 @@ require_packages() {
     fail "installing packages failed (see above)" "mend the package sources, then run this again"
 }
 
-# build_preset PRESET [TARGET...]: configures where needed and builds.
+# build_preset PRESET [TARGET...]: configures where needed and builds. Another script that builds the same preset is
+# waited for.
 build_preset() {
-  local preset=$1 arguments=()
+  local preset=$1 arguments=() lock
   shift
+  mkdir -p build
+  exec {lock}>"build/$preset.lock"
+  flock "$lock"
   [[ $# -eq 0 ]] || arguments=(--target "$@")
   # Without directories in its keys, a file that another preset or checkout compiles alike is taken from there.
   if command -v ccache >/dev/null; then
@@ -125,6 +129,7 @@ build_preset() {
   }
   NINJA_STATUS='    [%f/%t] ' cmake --build --preset "$preset" -j "$(jobs_count)" "${arguments[@]}" ||
     fail "the build failed (see above)"
+  exec {lock}>&-
 }
 
 # log_file NAME: where a step keeps its output.
