@@ -117,9 +117,10 @@ build_preset() {
   exec {lock}>"build/$preset.lock"
   flock "$lock"
   [[ $# -eq 0 ]] || arguments=(--target "$@")
-  # Without directories in its keys, a file that another preset or checkout compiles alike is taken from there.
+  # Without directories in its keys, a file that another preset or checkout compiles alike is taken from there. What a
+  # file includes the compiler tells ccache, which would run the preprocessor once more to know.
   if command -v ccache >/dev/null; then
-    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1 CCACHE_BASEDIR=$root
+    export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_NOHASHDIR=1 CCACHE_BASEDIR=$root CCACHE_DEPEND=1
   fi
   step "Building (preset $preset, in build/$preset)"
   # What is built here is mostly built from nothing; ZOLVEX_UNITY=OFF compiles each file alone.
