@@ -1,5 +1,7 @@
 #include "lab/ProgramRun.h"
 
+#include "lab/SignalStatus.h"
+
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QProcess>
@@ -9,12 +11,6 @@
 #include <sys/prctl.h>
 
 namespace zolvex::lab {
-
-namespace {
-
-constexpr int signalStatusBase = 128;
-
-}  // namespace
 
 ProgramRun runProgram(const ProgramCall& call) {
   ProgramRun run;

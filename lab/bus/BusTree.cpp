@@ -1,5 +1,7 @@
 #include "lab/bus/BusTree.h"
 
+#include "lab/bus/BusNames.h"
+
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -16,12 +18,10 @@ using InterfaceMap = QMap<QString, QVariantMap>;
 using ObjectMap = QMap<QDBusObjectPath, InterfaceMap>;
 
 const auto objectManager = u"org.freedesktop.DBus.ObjectManager"_s;
-const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 const auto introspectable = u"org.freedesktop.DBus.Introspectable"_s;
 const auto unknownObject = u"org.freedesktop.DBus.Error.UnknownObject"_s;
 const auto unknownMethod = u"org.freedesktop.DBus.Error.UnknownMethod"_s;
 const auto unknownInterface = u"org.freedesktop.DBus.Error.UnknownInterface"_s;
-const auto invalidArguments = u"org.freedesktop.DBus.Error.InvalidArgs"_s;
 
 constexpr auto objectManagerXml = R"(<interface name="org.freedesktop.DBus.ObjectManager">
 <method name="GetManagedObjects"><arg name="objects" type="a{oa{sa{sv}}}" direction="out"/></method>

@@ -1,5 +1,6 @@
 #include "lab/cli/WorldExec.h"
 
+#include "lab/SignalStatus.h"
 #include "lab/world/Network.h"
 #include "lab/world/Sandbox.h"
 
@@ -22,8 +23,6 @@ namespace zolvex::lab {
 using namespace Qt::StringLiterals;
 
 namespace {
-
-constexpr int signalStatusBase = 128;
 
 int failWithErrno(const QString& what) {
   std::fprintf(stderr, "zolvex-lab: %s: %s\n", qPrintable(what), std::strerror(errno));

@@ -1,5 +1,6 @@
 #include "lab/session/LogindManager.h"
 
+#include "lab/bus/BusNames.h"
 #include "lab/session/Logind.h"
 #include "lab/session/LogindTypes.h"
 
@@ -13,7 +14,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const auto invalidArguments = u"org.freedesktop.DBus.Error.InvalidArgs"_s;
 const auto noSuchSession = u"org.freedesktop.login1.NoSuchSession"_s;
 const auto noSessionForProcess = u"org.freedesktop.login1.NoSessionForPID"_s;
 

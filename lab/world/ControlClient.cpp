@@ -1,5 +1,7 @@
 #include "lab/world/ControlClient.h"
 
+#include "lab/bus/BusNames.h"
+
 #include <QDBusArgument>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -14,7 +16,6 @@ namespace {
 const auto service = u"quenmar.zolvex.app"_s;
 const auto objectPath = u"/quenmar/zolvex/app"_s;
 const auto controlInterface = u"quenmar.zolvex.app.Control"_s;
-const auto propertiesInterface = u"org.freedesktop.DBus.Properties"_s;
 const auto busService = u"org.freedesktop.DBus"_s;
 const auto devicesProperty = u"Devices"_s;
 const auto switchingProperty = u"IsSwitching"_s;

@@ -1,5 +1,7 @@
 #include "lab/world/LabProcess.h"
 
+#include "lab/SignalStatus.h"
+
 #include <csignal>
 #include <fcntl.h>
 #include <sched.h>
@@ -11,8 +13,7 @@ namespace zolvex::lab {
 
 namespace {
 
-constexpr int startLimitMilliseconds = 10'000;
-constexpr int signalStatusBase = 128;
+constexpr int programStartLimitMilliseconds = 10'000;
 constexpr int setupFailedStatus = 126;
 
 /// Runs between fork and exec: system calls only.
@@ -59,7 +60,7 @@ LabProcess::~LabProcess() {
 bool LabProcess::start() {
   process_.start(setup_.program, setup_.arguments);
   process_.closeWriteChannel();
-  return process_.waitForStarted(startLimitMilliseconds);
+  return process_.waitForStarted(programStartLimitMilliseconds);
 }
 
 void LabProcess::freeze() {

@@ -14,7 +14,7 @@ namespace zolvex::lab {
 
 namespace {
 
-constexpr auto lookInterval = std::chrono::milliseconds(1);
+constexpr auto pauseBetweenLooks = std::chrono::milliseconds(1);
 constexpr int mostLooks = 200;
 
 struct ProcessStatus {
@@ -61,7 +61,7 @@ void ProcessTree::freeze() {
   if (isFrozen()) return;
   kill(root_, SIGSTOP);
   frozen_.push_back(root_);
-  for (int look = 0; look < mostLooks && freezeNewOnes(); ++look) std::this_thread::sleep_for(lookInterval);
+  for (int look = 0; look < mostLooks && freezeNewOnes(); ++look) std::this_thread::sleep_for(pauseBetweenLooks);
 }
 
 /// A process that still runs may start others. False when nothing runs any more.

@@ -1,5 +1,6 @@
 #include "lab/world/Sandbox.h"
 
+#include "lab/SignalStatus.h"
 #include "lab/world/SandboxMounts.h"
 
 #include <array>
@@ -17,7 +18,6 @@ namespace zolvex::lab {
 
 namespace {
 
-constexpr int signalStatusBase = 128;
 constexpr int namespaces = CLONE_NEWNS | CLONE_NEWNET | CLONE_NEWPID;
 constexpr auto outerProcessVariable = "ZOLVEX_LAB_WORLD";
 constexpr auto advice =
@@ -86,7 +86,7 @@ void runFirstProcess(int errors) {
   if (readlink("/proc/self", number.data(), number.size() - 1) > 0) setenv(outerProcessVariable, number.data(), 1);
   const auto failure = mountSandbox(Sandbox::directory);
   if (!failure.empty()) {
-    [[maybe_unused]] const auto written = write(errors, failure.data(), failure.size());
+    [[maybe_unused]] const auto written = ::write(errors, failure.data(), failure.size());
     _exit(EXIT_FAILURE);
   }
   completePath();
@@ -104,7 +104,7 @@ void runFirstProcess(int errors) {
 std::string readToEnd(int descriptor) {
   std::string text;
   std::array<char, 512> buffer{};
-  for (ssize_t count = 0; (count = read(descriptor, buffer.data(), buffer.size())) > 0;)
+  for (ssize_t count = 0; (count = ::read(descriptor, buffer.data(), buffer.size())) > 0;)
     text.append(buffer.data(), static_cast<std::size_t>(count));
   close(descriptor);
   return text;

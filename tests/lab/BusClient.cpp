@@ -1,6 +1,6 @@
 #include "lab/BusClient.h"
 
-#include "lab/PropertiesInterface.h"
+#include "lab/bus/BusNames.h"
 
 #include <QDBusMetaType>
 #include <QDBusObjectPath>

@@ -1,6 +1,6 @@
 #include "lab/EventWait.h"
-#include "lab/PropertiesInterface.h"
 #include "lab/ServiceClient.h"
+#include "lab/bus/BusNames.h"
 #include "lab/session/ComputerSession.h"
 
 #include <QDBusUnixFileDescriptor>

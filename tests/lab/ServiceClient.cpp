@@ -1,6 +1,6 @@
 #include "lab/ServiceClient.h"
 
-#include "lab/PropertiesInterface.h"
+#include "lab/bus/BusNames.h"
 
 #include <QDBusArgument>
 #include <QDBusPendingCallWatcher>

@@ -8,12 +8,12 @@
 namespace zolvex::test {
 namespace {
 
-const std::vector<PairedDevicePayload> paired{
+const std::vector<PairedDevicePayload> knownToSystem{
     {"P1", "Trackpad", false}, {"P2", "keyboard 10", true}, {"P3", "Keyboard 9", false}, {"P4", "Speaker", true}};
 
 TEST(SetupSaveTest, storesTheChosenDevicesInTheOrderOfTheirNames) {
   World world(noDevices);
-  saveManagedDevices({"P1", "P2", "P3"}, paired, world.defaults, world.store());
+  saveManagedDevices({"P1", "P2", "P3"}, knownToSystem, world.defaults, world.store());
   EXPECT_EQ(world.defaults.stringArray(settings::managedDeviceAddresses), (StringArray{"P3", "P2", "P1"}));
   ASSERT_EQ(world.store().peripherals().size(), 3U);
   EXPECT_EQ(world.store().peripherals()[0].name, "Keyboard 9");
@@ -22,7 +22,7 @@ TEST(SetupSaveTest, storesTheChosenDevicesInTheOrderOfTheirNames) {
 
 TEST(SetupSaveTest, keepsAChosenDeviceThatIsPairedElsewhereAtTheMoment) {
   World world({"Magic Mouse"});
-  saveManagedDevices({"A1", "P4"}, paired, world.defaults, world.store());
+  saveManagedDevices({"A1", "P4"}, knownToSystem, world.defaults, world.store());
   EXPECT_EQ(world.defaults.stringArray(settings::managedDeviceAddresses), (StringArray{"A1", "P4"}));
   EXPECT_EQ(world.store().peripherals()[0].name, "Magic Mouse");
 }

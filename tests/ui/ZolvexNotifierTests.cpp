@@ -9,11 +9,11 @@ namespace zolvex::test {
 namespace {
 
 using Texts = std::vector<std::string>;
-using enum NotificationCenter::AuthorizationStatus;
+using Authorization = NotificationCenter::AuthorizationStatus;
 
 class FakeNotificationCenter final : public NotificationCenter {
  public:
-  AuthorizationStatus status = authorized;
+  AuthorizationStatus status = AuthorizationStatus::authorized;
   bool grants = true;
   Error authorizationError;
   Error deliveryError;
@@ -112,7 +112,7 @@ TEST(ZolvexNotifier, givesEveryNotificationAnIdentifierOfItsOwn) {
 TEST(ZolvexNotifier, asksForPermissionFirstAndPostsOnlyWhenItIsGiven) {
   for (const bool grants : {true, false}) {
     NotifierWorld world;
-    world.center.status = notDetermined;
+    world.center.status = Authorization::notDetermined;
     world.center.grants = grants;
     world.notifier.notifyDevicesMovedHere();
     EXPECT_EQ(world.center.requests, 1);
@@ -123,14 +123,14 @@ TEST(ZolvexNotifier, asksForPermissionFirstAndPostsOnlyWhenItIsGiven) {
 TEST(ZolvexNotifier, aFailedRequestForPermissionIsLogged) {
   NotifierWorld world;
   world.log.expectError("Notification authorization failed: no session");
-  world.center.status = notDetermined;
+  world.center.status = Authorization::notDetermined;
   world.center.authorizationError = "no session";
   world.notifier.notifyDevicesMovedHere();
   EXPECT_TRUE(world.center.titles.empty());
 }
 
 TEST(ZolvexNotifier, postsUnderEveryKindOfPermission) {
-  for (const auto status : {authorized, provisional, ephemeral}) {
+  for (const auto status : {Authorization::authorized, Authorization::provisional, Authorization::ephemeral}) {
     NotifierWorld world;
     world.center.status = status;
     world.notifier.notifyDevicesMovedHere();
@@ -140,7 +140,7 @@ TEST(ZolvexNotifier, postsUnderEveryKindOfPermission) {
 
 TEST(ZolvexNotifier, respectsARefusalWithOneLogLine) {
   NotifierWorld world;
-  world.center.status = denied;
+  world.center.status = Authorization::denied;
   const auto before = world.log.lines().size();
   world.notifier.notifyDevicesMovedHere();
   EXPECT_TRUE(world.center.titles.empty());
@@ -150,7 +150,7 @@ TEST(ZolvexNotifier, respectsARefusalWithOneLogLine) {
 
 TEST(ZolvexNotifier, skipsWhenTheStatusIsUnknown) {
   NotifierWorld world;
-  world.center.status = NotificationCenter::AuthorizationStatus::unknown;
+  world.center.status = Authorization::unknown;
   world.notifier.notifyDevicesMovedHere();
   EXPECT_TRUE(world.center.titles.empty());
   EXPECT_EQ(world.log.lines().back(), "Notification skipped because authorization status is unknown");
