@@ -92,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         withContent("empty", "", "is empty"), withContent("blank", " \n", "is empty"),
         withContent("cutOff", "{\"key\": tr", "is no JSON (illegal value at byte "),
-        withContent("garbage", "garbage", "is no JSON (illegal value at byte "),
+        withContent("garbage", "garbage", "is no JSON (illegal "),  // what Qt finds illegal depends on its version
         withContent("moreBehindIt", "{\"a\": 1} x", "is no JSON (garbage at the end of the document at byte "),
         withContent("list", "[1, 2]", "is no JSON object"),
         withContent("noUtf8", "{\"a\": \"\xff\xfe\"}", "is no JSON ("),
