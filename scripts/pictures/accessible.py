@@ -1,4 +1,6 @@
 """The windows as a screen reader has them: a tree of things with names, roles and actions."""
+import contextlib
+
 import dbus
 
 ROOT = "/org/a11y/atspi/accessible/root"
@@ -66,8 +68,19 @@ class AccessibilityBus:
 
     def __init__(self, session):
         launcher = session.get_object("org.a11y.Bus", "/org/a11y/bus", introspect=False)
+        self._announce_reader(launcher)
         address = launcher.get_dbus_method("GetAddress", "org.a11y.Bus")(timeout=CALL_LIMIT)
         self._bus = dbus.bus.BusConnection(address)
+
+    @staticmethod
+    def _announce_reader(launcher):
+        """Tells programs that somebody listens, as screen readers do. The launcher has options for it, which some versions
+        refuse."""
+        change = launcher.get_dbus_method("Set", dbus.PROPERTIES_IFACE)
+        on = dbus.Boolean(True, variant_level=1)
+        with contextlib.suppress(dbus.DBusException):  # newer versions have no such property
+            change("org.a11y.Status", "ScreenReaderEnabled", on, timeout=CALL_LIMIT)
+        change("org.a11y.Status", "IsEnabled", on, timeout=CALL_LIMIT)
 
     def everything(self):
         """All that any program shows now."""

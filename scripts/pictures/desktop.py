@@ -85,12 +85,13 @@ class Desktop:
         self._remembered_icon = None
         self._display = self._start_display()
         self._environment = dict(os.environ, DISPLAY=self._display, QT_SCALE_FACTOR=str(scale), XDG_CURRENT_DESKTOP="",
-                                 XDG_SESSION_TYPE="x11", QT_QPA_PLATFORM="xcb", WAYLAND_DISPLAY="", NO_AT_BRIDGE="1")
+                                 XDG_SESSION_TYPE="x11", QT_QPA_PLATFORM="xcb", WAYLAND_DISPLAY="", NO_AT_BRIDGE="1",
+                                 GSETTINGS_BACKEND="memory")
         self._use_font()
         self._start("openbox")
         self._start("xsetroot", "-solid", BACKGROUND)
         self._start_panel()
-        self._start("/usr/libexec/at-spi-bus-launcher", "--launch-immediately", "--a11y=1", "--screen-reader=1")
+        self._start("/usr/libexec/at-spi-bus-launcher", "--launch-immediately")
         wait("the bus of screen readers", lambda: self._session.name_has_owner("org.a11y.Bus"))
         self._screen_reader = AccessibilityBus(self._session)
 
