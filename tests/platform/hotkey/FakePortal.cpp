@@ -37,6 +37,10 @@ QDBusMessage FakePortal::answer(const QDBusMessage& call) {
   client_ = call.service();
   if (call.member() == u"Register"_s && !manners.knowsPrograms)
     return call.createErrorReply(QDBusError::UnknownMethod, u"No such interface"_s);
+  if (call.member() == u"Register"_s && !manners.knowsUs)
+    return call.createErrorReply(u"org.freedesktop.portal.Error.Failed"_s, u"App info not found"_s);
+  if (call.member() == u"CreateSession"_s && !manners.knowsUs)
+    return call.createErrorReply(u"org.freedesktop.portal.Error.NotAllowed"_s, u"An app id is required"_s);
   if (call.interface() == u"org.freedesktop.portal.GlobalShortcuts"_s && !manners.knowsShortcuts)
     return call.createErrorReply(QDBusError::UnknownMethod, u"No such interface"_s);
   const auto arguments = call.arguments();

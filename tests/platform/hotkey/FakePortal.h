@@ -15,6 +15,7 @@ class FakePortal {
   struct Manners {
     bool knowsShortcuts = true;   ///< Otherwise the interface is missing, as on many desktops.
     bool knowsPrograms = true;    ///< It wants to be told our name.
+    bool knowsUs = true;          ///< Otherwise Zolvex is not installed, and it gives shortcuts only to what is.
     bool isSilent = false;        ///< Calls get no reply.
     bool opensSessions = true;    ///< Otherwise a session is never answered for.
     bool decides = true;          ///< Otherwise the user is still being asked; see decide().

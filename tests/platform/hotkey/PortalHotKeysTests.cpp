@@ -139,6 +139,16 @@ TEST_F(PortalHotKeysTest, aDesktopWithoutGlobalShortcutsRefusesAndIsNotAskedAgai
   EXPECT_FALSE(outcome);
 }
 
+TEST_F(PortalHotKeysTest, aPortalThatGivesShortcutsOnlyToInstalledProgramsIsQuoted) {
+  serve({.knowsUs = false});
+  connectLink();
+  ask();
+  ASSERT_TRUE(getsAnswer());
+  EXPECT_EQ(outcome->status, PortalRequest::callFailed);
+  EXPECT_TRUE(log.contains("the desktop does not know this program: App info not found"));
+  EXPECT_TRUE(log.contains("the desktop gives no global shortcut: An app id is required"));
+}
+
 TEST_F(PortalHotKeysTest, aUserWhoRefusesIsAskedAgainOnlyAfterTheHotKeyWasGivenUp) {
   serve({.decision = 1});
   connectLink();

@@ -1,5 +1,6 @@
 #include "ui/desktop/StubPortalBackend.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <gtest/gtest.h>
@@ -18,7 +19,14 @@ DBusName=org.freedesktop.impl.portal.desktop.stub
 Interfaces=org.freedesktop.impl.portal.GlobalShortcuts;
 UseIn=stub
 )";
+const auto entryOfZolvex = u"[Desktop Entry]\nType=Application\nName=Zolvex\nExec=%1\n"_s;
 constexpr unsigned granted = 0;
+
+void write(const QString& path, const QByteArray& text) {
+  QFile file(path);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
+  file.write(text);
+}
 
 }  // namespace
 
@@ -30,11 +38,11 @@ std::string StubPortalBackend::reasonAgainst() {
 StubPortalBackend::StubPortalBackend(const QString& busAddress)
     : service_(busAddress, serviceName, [this](const QDBusMessage& call) { return answer(call); }) {}
 
-void StubPortalBackend::startPortal(ProgramRun::Variables variables) {
-  QFile file(directory_.filePath(u"stub.portal"_s));
-  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-  file.write(description);
-  file.close();
+void StubPortalBackend::startPortal(ProgramRun::Variables variables, const QString& zolvex) {
+  write(directory_.filePath(u"stub.portal"_s), description);
+  ASSERT_TRUE(QDir(directory_.path()).mkdir(u"applications"_s));
+  write(directory_.filePath(u"applications/quenmar.zolvex.app.desktop"_s), entryOfZolvex.arg(zolvex).toUtf8());
+  variables.emplace_back(u"XDG_DATA_HOME"_s, directory_.path());
   variables.emplace_back(u"XDG_DESKTOP_PORTAL_DIR"_s, directory_.path());
   variables.emplace_back(u"XDG_CURRENT_DESKTOP"_s, u"stub"_s);
   portal_.emplace(portalProgram, QStringList{}, variables);

@@ -20,8 +20,9 @@ class StubPortalBackend {
 
   explicit StubPortalBackend(const QString& busAddress);
 
-  /// `variables` as for any program of the desktop.
-  void startPortal(ProgramRun::Variables variables);
+  /// `variables` as for any program of the desktop. The portal takes Zolvex, which is at `zolvex`, for installed: newer
+  /// ones give shortcuts to nothing else.
+  void startPortal(ProgramRun::Variables variables, const QString& zolvex);
 
   /// Whether a program has asked for a shortcut, and been given it.
   [[nodiscard]] bool isBound() const { return isBound_; }
@@ -30,7 +31,7 @@ class StubPortalBackend {
  private:
   QDBusMessage answer(const QDBusMessage& call);
 
-  QTemporaryDir directory_;  // tells the portal of this
+  QTemporaryDir directory_;  // tells the portal of this, and of Zolvex
   QDBusObjectPath session_;
   bool isBound_ = false;
   ScriptedService service_;

@@ -80,7 +80,7 @@ TEST_P(WaylandTest, thePopoverIsAWindow) {
 TEST_P(WaylandTest, thePortalsHotKeyOpensItAndSwitches) {
   if (const auto reason = StubPortalBackend::reasonAgainst(); !reason.empty()) GTEST_SKIP() << reason;
   StubPortalBackend desktop(computer.sessionBus.address());
-  desktop.startPortal(computer.variables());
+  desktop.startPortal(computer.variables(), QStringLiteral(ZOLVEX));
   ASSERT_TRUE(computer.startOnBus());
   ASSERT_TRUE(zolvex().complains("Global hotkey registered"));
   ASSERT_TRUE(desktop.isBound());

@@ -83,6 +83,12 @@ QVariant shortcutsOf(const HotKey& hotKey) {
   return QVariant::fromValue(QList<PortalShortcut>{{idOf(hotKey.identifier), options}});
 }
 
+/// Newer portals know only installed programs by their names, and may give shortcuts to no others.
+void tellOfRefusal(const QDBusMessage& introduction) {
+  if (introduction.errorName().startsWith("org.freedesktop.portal.Error."_L1))
+    logger.info("the desktop does not know this program: {}", introduction.errorMessage().toStdString());
+}
+
 }  // namespace
 
 PortalHotKeys::PortalHotKeys(MainQueue& mainQueue, BusLink& sessionBus)
@@ -148,6 +154,7 @@ void PortalHotKeys::introduce() {
                {textOf(applicationId), QVariantMap()}, lifetime_.guard([this](const QDBusMessage& reply) {
                  isIntroducing_ = false;
                  if (QDBusError(reply).type() == QDBusError::NoReply) return silent();
+                 tellOfRefusal(reply);
                  isIntroduced_ = true;
                  begin();
                }));
