@@ -74,8 +74,8 @@ class AccessibilityBus:
 
     @staticmethod
     def _announce_reader(launcher):
-        """Tells programs that somebody listens, as screen readers do. The launcher has options for it, which some versions
-        refuse."""
+        """Tells programs that somebody listens, as screen readers do. Some versions of the launcher refuse its options
+        for that."""
         change = launcher.get_dbus_method("Set", dbus.PROPERTIES_IFACE)
         on = dbus.Boolean(True, variant_level=1)
         with contextlib.suppress(dbus.DBusException):  # newer versions have no such property
