@@ -8,6 +8,7 @@
 #include "core/Version.h"
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/JournalLog.h"
+#include "platform/linux/ProcessSetup.h"
 #include "platform/linux/TerminationSignals.h"
 
 #include <QCoreApplication>
@@ -90,6 +91,7 @@ int runInBackground(int argc, char** argv) {
 }  // namespace
 
 int runApplication(int argc, char** argv) {
+  setUpProcess();
   const std::vector<std::string> given(argv + 1, argv + argc);
   const auto arguments = parseApplicationArguments(given);
   switch (arguments.action) {

@@ -22,11 +22,9 @@ void noteSignal(int signal) {
   errno = savedError;
 }
 
-void ignoreSignal(int) {}
-
-void handle(int signal, void (*handler)(int)) {
+void handle(int signal) {
   struct sigaction action {};
-  action.sa_handler = handler;
+  action.sa_handler = noteSignal;
   action.sa_flags = SA_RESTART;
   sigaction(signal, &action, nullptr);
 }
@@ -40,8 +38,7 @@ TerminationSignals::TerminationSignals(std::function<void(int)> terminate) : ter
   writeEnd = ends[1];
   notifier_ = std::make_unique<QSocketNotifier>(readEnd_, QSocketNotifier::Read);
   QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { read(); });
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) handle(signal, noteSignal);
-  handle(SIGPIPE, ignoreSignal);  // a handler, not SIG_IGN: children must not inherit it
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) handle(signal);
 }
 
 TerminationSignals::~TerminationSignals() {

@@ -7,9 +7,8 @@
 
 namespace zolvex {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, and makes writing to a closed pipe an error instead
-/// of a death. One per process at a time; the handlers stay until the process ends, harmless once this is gone.
-/// Child processes start with the default actions.
+/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread. One per process at a time; the handlers stay until
+/// the process ends, harmless once this is gone. Child processes start with the default actions.
 class TerminationSignals {
  public:
   explicit TerminationSignals(std::function<void(int signal)> terminate);
