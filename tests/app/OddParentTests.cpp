@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 namespace zolvex::test {
 namespace {
 
@@ -54,6 +56,14 @@ TEST_F(OddParentTest, startsAlsoWhenNobodyReadsTheFirstComplaint) {
   QDir().mkpath(computer.directory.filePath(u"zolvex/instance.lock"_s));  // no file, so that it cannot be locked
   startBy(u"mkfifo \"$1/log\"; exec \"$0\" 3<>\"$1/log\" 2>\"$1/log\" 3<&-"_s);
   EXPECT_TRUE(computer.isAnswering());
+  EXPECT_EQ(computer.end(), 0);
+}
+
+TEST_F(OddParentTest, staysAtAHangUpAfterNohup) {
+  startBy(u"exec env --ignore-signal=HUP,INT \"$0\""_s);
+  ASSERT_TRUE(computer.isAnswering());
+  for (const int signal : {SIGHUP, SIGINT}) kill(static_cast<pid_t>(zolvex().processId()), signal);
+  EXPECT_EQ(computer.control({u"status"_s}).exitStatus(), 0);
   EXPECT_EQ(computer.end(), 0);
 }
 

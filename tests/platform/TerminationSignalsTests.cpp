@@ -10,7 +10,15 @@
 namespace zolvex::test {
 namespace {
 
+/// In a process that nobody has told to ignore these signals, however the tests were started.
+struct FreshProcess {
+  FreshProcess() {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) std::signal(signal, SIG_DFL);
+  }
+};
+
 struct TerminationSignalsTest : testing::TestWithParam<int> {
+  FreshProcess process;
   std::vector<int> received;
   TerminationSignals signals{[this](int signal) { received.push_back(signal); }};
 };
@@ -27,6 +35,17 @@ INSTANTIATE_TEST_SUITE_P(All, TerminationSignalsTest, testing::Values(SIGTERM, S
 TEST_F(TerminationSignalsTest, severalSignalsAreAllTold) {
   for (const int signal : {SIGTERM, SIGINT, SIGTERM}) kill(getpid(), signal);
   ASSERT_TRUE(runUntil([&] { return received.size() >= 2; }));
+}
+
+TEST(InheritedSignals, thoseIgnoredStayIgnoredButForSigterm) {
+  const FreshProcess process;
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) std::signal(signal, SIG_IGN);
+  std::vector<int> received;
+  const TerminationSignals signals([&](int signal) { received.push_back(signal); });
+  for (const int signal : {SIGINT, SIGHUP, SIGTERM}) kill(getpid(), signal);
+  ASSERT_TRUE(runUntil([&] { return !received.empty(); }));
+  runPending();
+  EXPECT_EQ(received, std::vector<int>{SIGTERM});
 }
 
 TEST(TerminationSignalsEnd, aLateSignalIsHarmless) {

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <csignal>
+#include <initializer_list>
 #include <string>
 #include <sys/prctl.h>
 #include <utility>
@@ -23,7 +24,10 @@ class ProgramRun {
     auto environment = QProcessEnvironment::systemEnvironment();
     for (const auto& [name, value] : variables) environment.insert(name, value);
     process_.setProcessEnvironment(environment);
-    process_.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });  // also when the test crashes
+    process_.setChildProcessModifier([] {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);                                        // also when the test crashes
+      for (const int signal : {SIGINT, SIGHUP}) std::signal(signal, SIG_DFL);  // also when the tests run under nohup
+    });
     process_.start(program, arguments);
     process_.waitForStarted();
   }

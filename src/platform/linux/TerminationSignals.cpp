@@ -29,6 +29,11 @@ void handle(int signal) {
   sigaction(signal, &action, nullptr);
 }
 
+bool isIgnored(int signal) {
+  struct sigaction action {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
 }  // namespace
 
 TerminationSignals::TerminationSignals(std::function<void(int)> terminate) : terminate_(std::move(terminate)) {
@@ -38,7 +43,9 @@ TerminationSignals::TerminationSignals(std::function<void(int)> terminate) : ter
   writeEnd = ends[1];
   notifier_ = std::make_unique<QSocketNotifier>(readEnd_, QSocketNotifier::Read);
   QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { read(); });
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) handle(signal);
+  handle(SIGTERM);
+  for (const int signal : {SIGINT, SIGHUP})
+    if (!isIgnored(signal)) handle(signal);
 }
 
 TerminationSignals::~TerminationSignals() {
