@@ -32,9 +32,8 @@ class UserDefaults {
   /// Persists `value`; observers of `changed` are told.
   virtual void set(std::string_view key, DefaultsValue value) = 0;
 
-  /// Persists what the program notes down on its own account, as set() does. Only where what is persisted cannot be
-  /// read, in whole or in part, so that somebody has to mend it, a note alone does not replace it: it counts in this
-  /// run.
+  /// Persists what the program notes down on its own account, as set() does. Only where nothing of what is persisted
+  /// can be read, so that somebody has to mend it, a note alone does not replace it: it counts in this run.
   virtual void note(std::string_view key, DefaultsValue value) { set(key, std::move(value)); }
 
   /// As note(), of what changes all the time. What is persisted may stay behind for a while; it follows with the next

@@ -171,6 +171,23 @@ TEST_F(ApplicationTest, garbageForSettingsStaysUntilASettingIsChanged) {
   EXPECT_EQ(computer.end(), 0);
 }
 
+TEST_F(ApplicationTest, keepsItsIdentityBesideAValueOfAWrongType) {
+  const auto stored = [this] {
+    QFile file(computer.settingsFile());
+    return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object() : QJsonObject();
+  };
+  computer.writeSettings(R"({"autoRelease": "yes", "transportMode": "bonjour"})");
+  computer.start();
+  ASSERT_TRUE(runUntil([&] { return stored().contains(u"peerIdentityID"_s); }));
+  const auto first = stored();
+  EXPECT_EQ(first[u"autoRelease"_s], u"yes"_s);
+  EXPECT_EQ(computer.end(), 0);
+  computer.start();
+  ASSERT_TRUE(zolvex().complains("Listener ready: Port "));
+  EXPECT_EQ(computer.end(), 0);
+  EXPECT_EQ(stored(), first);
+}
+
 TEST_F(ApplicationTest, loadsTheManagedDevicesAndThePeer) {
   computer.writeSettings(R"({"managedDeviceAddresses": ["A1", "A2"], "deviceNames": {"A1": "Magic Mouse"},
     "transportMode": "bonjour", "networkDevices": "[{\"id\":\"ABC123\",\"name\":\"Laptop\",\"host\":\"127.0.0.1\",)"

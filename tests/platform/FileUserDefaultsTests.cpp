@@ -79,9 +79,7 @@ TEST_F(FileUserDefaultsTest, theFileIsForItsOwnerOnly) {
 }
 
 TEST_F(FileUserDefaultsTest, valuesOfOtherTypesReadLikeAbsentOnesAndAreToldOnce) {
-  log.expectError("in the settings file " + path().toStdString() +
-                  " these have a wrong type and count as not set: autoRelease, deviceNames, managedDeviceAddresses, "
-                  "peerIdentityID");
+  log.expectError(wrongTypesLine("autoRelease, deviceNames, managedDeviceAddresses, peerIdentityID"));
   writeFile(
       R"({"autoRelease": 1, "deviceNames": {"AA": 5}, "managedDeviceAddresses": ["a", 1], "peerIdentityID": null})");
   open();
@@ -106,33 +104,40 @@ TEST_F(FileUserDefaultsTest, aWrongTypeThatAnotherWritesIsToldAndReadsLikeAnAbse
   EXPECT_EQ(json(), (QJsonObject{{u"autoConnect"_s, false}}));
 }
 
-TEST_F(FileUserDefaultsTest, aFileWithWrongTypesStaysAsItIsUntilTheUserChangesASetting) {
-  log.expectError("in the settings file ");
-  const QByteArray before = R"({"peerIdentityID":{"v":2},   "autoConnect":"yes"})";
-  writeFile(before);
+TEST_F(FileUserDefaultsTest, whatIsNotedIsWrittenAmongValuesOfWrongTypes) {
+  log.expectError(wrongTypesLine("autoRelease, deviceNames"));
+  writeFile(R"({"autoRelease": "yes", "deviceNames": [{"v": 2}], "theirs": null, "transportMode": "bonjour"})");
+  auto expected = json();
   open();
   defaults->note(settings::peerIdentityID, std::string("fresh"));
+  expected.insert(u"peerIdentityID"_s, u"fresh"_s);
+  EXPECT_EQ(json(), expected);
   defaults->noteEventually(settings::networkDevices, std::string("[]"));
-  EXPECT_EQ(defaults->string(settings::peerIdentityID), "fresh");
-  EXPECT_EQ(fileBytes(), before);
   reopen();
-  EXPECT_EQ(fileBytes(), before) << "nor is it written at the end";
-  defaults->note(settings::peerIdentityID, std::string("other"));
-  defaults->set(settings::autoRelease, false);
-  EXPECT_EQ(json(),
-            (QJsonObject{{u"autoConnect"_s, u"yes"_s}, {u"autoRelease"_s, false}, {u"peerIdentityID"_s, u"other"_s}}));
+  expected.insert(u"networkDevices"_s, u"[]"_s);
+  EXPECT_EQ(json(), expected);
+  EXPECT_EQ(defaults->string(settings::peerIdentityID), "fresh");
+  EXPECT_EQ(log.lines().size(), 2u) << "one for each start";
 }
 
-TEST_F(FileUserDefaultsTest, aFileWhoseWrongTypesSomebodyMendsGetsWhatWasNoted) {
-  log.expectError("in the settings file ");
+TEST_F(FileUserDefaultsTest, whatIsNotedReplacesItsOwnValueOfAWrongTypeAndTheRestIsNotToldAgain) {
+  log.expectError(wrongTypesLine("autoConnect, peerIdentityID"));
   writeFile(R"({"autoConnect": "yes", "peerIdentityID": 5})");
   open();
   defaults->note(settings::peerIdentityID, std::string("fresh"));
-  defaults->note("own", 1.0);
-  writeFile(R"({"autoConnect": true, "peerIdentityID": "theirs"})");
-  ASSERT_TRUE(runUntil([&] { return defaults->boolean(settings::autoConnect) == true; }));
-  EXPECT_EQ(defaults->string(settings::peerIdentityID), "theirs");
-  EXPECT_EQ(json(), (QJsonObject{{u"autoConnect"_s, true}, {u"own"_s, 1}, {u"peerIdentityID"_s, u"theirs"_s}}));
+  EXPECT_EQ(json(), (QJsonObject{{u"autoConnect"_s, u"yes"_s}, {u"peerIdentityID"_s, u"fresh"_s}}));
+  EXPECT_EQ(log.lines().size(), 1u);
+}
+
+TEST_F(FileUserDefaultsTest, aFurtherWrongTypeIsToldAlongWithTheOthers) {
+  log.expectError(wrongTypesLine("autoConnect"));
+  writeFile(R"({"autoConnect": "yes"})");
+  open();
+  writeFile(R"({"autoConnect": "no", "autoRelease": 1})");
+  ASSERT_TRUE(runUntil([&] { return log.contains(wrongTypesLine("autoConnect, autoRelease")); }));
+  writeFile(R"({"autoConnect": 5})");
+  ASSERT_TRUE(runUntil([&] { return defaults->stored(settings::autoConnect) == DefaultsValue(5.0); }));
+  EXPECT_EQ(log.lines().size(), 2u);
 }
 
 TEST_F(FileUserDefaultsTest, whatAnotherChangesGoesBeforeWhatIsNotedEventually) {

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -49,6 +50,9 @@ struct SettingsFileTest : testing::Test {
   }
   mode_t mode() const { return modeOf(path()); }
   void setMode(mode_t mode) const { chmod(QFile::encodeName(path()).constData(), mode); }
+  std::string wrongTypesLine(const std::string& keys) const {
+    return "in the settings file " + path().toStdString() + " these have a wrong type and count as not set: " + keys;
+  }
   QStringList keptAside() const {
     return QDir(folder()).entryList({QStringLiteral("settings.json.damaged-*")}, QDir::AllEntries | QDir::System);
   }

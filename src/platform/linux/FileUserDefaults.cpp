@@ -101,7 +101,6 @@ void FileUserDefaults::write() {
   if (const auto* unusable = std::get_if<SettingsFile::Unusable>(&found); unusable && !makeRoom(*unusable)) return;
   // A missing file may be one that an editor is just about to replace: what it held is not given up.
   if (const auto* settings = std::get_if<QJsonObject>(&found)) takeOver(*settings);
-  if (!mistyped_.empty() && !hasUserChange()) return;
   if (!isRemoved_) written(file_.write(inForce_));
 }
 
@@ -176,10 +175,9 @@ void FileUserDefaults::lookAgain() {
 
 void FileUserDefaults::adopt(const QJsonObject& found) {
   const auto before = inForce_;
-  const bool wasLeftAlone = isLeftAlone();
-  isUsable_ = true;
+  const bool wasUsable = std::exchange(isUsable_, true);
   takeOver(found);
-  if (wasLeftAlone && !unsaved_.isEmpty()) write();
+  if (!wasUsable && !unsaved_.isEmpty()) write();
   if (inForce_ != before) changed.emit();
 }
 
@@ -214,11 +212,13 @@ void FileUserDefaults::tellUnusable(const SettingsFile::Unusable& found) {
 }
 
 void FileUserDefaults::tellMistyped() {
-  std::string keys;
+  QStringList keys;
   for (auto item = inFile_.constBegin(); item != inFile_.constEnd(); ++item)
-    if (!isTyped(item.key(), *item)) keys += (keys.empty() ? "" : ", ") + item.key().toStdString();
-  if (std::exchange(mistyped_, keys) == keys || keys.empty()) return;
-  logger.error("in the settings file {} these have a wrong type and count as not set: {}", file_.path(), keys);
+    if (!isTyped(item.key(), *item)) keys += item.key();
+  const auto told = std::exchange(mistyped_, keys);
+  if (std::all_of(keys.cbegin(), keys.cend(), [&](const auto& key) { return told.contains(key); })) return;
+  logger.error("in the settings file {} these have a wrong type and count as not set: {}", file_.path(),
+               keys.join(QStringLiteral(", ")).toStdString());
 }
 
 QJsonObject FileUserDefaults::withUnsaved(QJsonObject settings) const {

@@ -7,6 +7,7 @@
 #include <QFileSystemWatcher>
 #include <QJsonObject>
 #include <QMap>
+#include <QStringList>
 
 #include <chrono>
 #include <optional>
@@ -15,14 +16,13 @@
 namespace zolvex {
 
 /// The settings in one JSON file that people may read and edit. A change goes into the file as it is at that moment,
-/// at once and atomically (mode 0600); keys and types that are not ours stay as they are. Changes by others are
-/// noticed and told.
-/// A file that cannot be used, or that has values of wrong types, as one of a newer version may, stays as it is until
-/// the user changes a setting. One that cannot be used is then kept aside as "NAME.damaged-TIME"; until then the last
-/// good settings hold, or the defaults. Where the file cannot be written, changes count until the process ends. Each of
-/// these is logged once. What somebody else changes in the file goes before what the program has noted meanwhile. Only
-/// a flood of changes, as when somebody sends one command after the other, shares writes.
-/// Main thread.
+/// at once and atomically (mode 0600); all other values stay as they are, also those of unknown keys and wrong types.
+/// Changes by others are noticed and told.
+/// A file that cannot be used stays as it is until the user changes a setting, and is then kept aside as
+/// "NAME.damaged-TIME"; until then the last good settings hold, or the defaults. Where the file cannot be written,
+/// changes count until the process ends. Each of these, and which values have wrong types, is logged once. What
+/// somebody else changes in the file goes before what the program has noted meanwhile. Only a flood of changes, as when
+/// somebody sends one command after the other, shares writes. Main thread.
 class FileUserDefaults final : public UserDefaults {
  public:
   /// A change is looked at when the file has been quiet for so long: editors write in several steps.
@@ -79,7 +79,6 @@ class FileUserDefaults final : public UserDefaults {
   void lookAgain();
   void adopt(const QJsonObject& found);
   void takeOver(const QJsonObject& found);
-  bool isLeftAlone() const { return !isUsable_ || !mistyped_.empty(); }
 
   void tellUnusable(const SettingsFile::Unusable& found);
   void tellMistyped();
@@ -94,7 +93,7 @@ class FileUserDefaults final : public UserDefaults {
   bool isRemoved_ = false;  // for good; nothing is written any more
   FileFailure failure_;     // of the last attempt to write
   bool isWatchFailing_ = false;
-  std::string mistyped_;  // keys in the file with a value of a wrong type, last told of
+  QStringList mistyped_;  // keys in the file with a value of a wrong type; all have been told of
   Clock::time_point periodEnd_{};
   int writesInPeriod_ = 0;
   std::optional<WorkItem> rest_;    // while changes wait to be written
