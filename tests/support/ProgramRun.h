@@ -25,8 +25,8 @@ class ProgramRun {
     for (const auto& [name, value] : variables) environment.insert(name, value);
     process_.setProcessEnvironment(environment);
     process_.setChildProcessModifier([] {
-      prctl(PR_SET_PDEATHSIG, SIGKILL);                                        // also when the test crashes
-      for (const int signal : {SIGINT, SIGHUP}) std::signal(signal, SIG_DFL);  // also when the tests run under nohup
+      prctl(PR_SET_PDEATHSIG, SIGKILL);  // also when the test crashes
+      std::signal(SIGHUP, SIG_DFL);      // also when the tests run under nohup
     });
     process_.start(program, arguments);
     process_.waitForStarted();

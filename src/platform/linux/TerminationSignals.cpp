@@ -43,9 +43,8 @@ TerminationSignals::TerminationSignals(std::function<void(int)> terminate) : ter
   writeEnd = ends[1];
   notifier_ = std::make_unique<QSocketNotifier>(readEnd_, QSocketNotifier::Read);
   QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(), [this] { read(); });
-  handle(SIGTERM);
-  for (const int signal : {SIGINT, SIGHUP})
-    if (!isIgnored(signal)) handle(signal);
+  for (const int signal : {SIGTERM, SIGINT}) handle(signal);
+  if (!isIgnored(SIGHUP)) handle(SIGHUP);
 }
 
 TerminationSignals::~TerminationSignals() {

@@ -7,9 +7,9 @@
 
 namespace zolvex {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread. SIGINT and SIGHUP stay ignored where they are, as
-/// after nohup. One per process at a time; the handlers stay until the process ends, harmless once this is gone. Child
-/// processes start with the default actions.
+/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread. SIGHUP stays ignored where it is, as after nohup.
+/// One per process at a time; the handlers stay until the process ends, harmless once this is gone. Child processes
+/// start with the default actions.
 class TerminationSignals {
  public:
   explicit TerminationSignals(std::function<void(int signal)> terminate);
