@@ -1,5 +1,7 @@
 #include "lab/cli/Interrupt.h"
 
+#include "lab/EndSignals.h"
+
 #include <array>
 #include <csignal>
 #include <fcntl.h>
@@ -34,14 +36,11 @@ Interrupt::Interrupt() {
     }
     Q_EMIT raised();
   });
-  struct sigaction action {};
-  action.sa_handler = onSignal;
-  action.sa_flags = SA_RESTART;
-  for (const auto signal : endSignals) sigaction(signal, &action, nullptr);
+  for (const auto signal : endSignals) handleEndSignal(signal, onSignal);
 }
 
 Interrupt::~Interrupt() {
-  for (const auto signal : endSignals) std::signal(signal, SIG_DFL);
+  for (const auto signal : endSignals) handleEndSignal(signal, SIG_DFL);
   notifier_.reset();
   close(readEnd);
   close(writeEnd);

@@ -7,8 +7,8 @@
 
 namespace zolvex::lab {
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a Qt signal. At most one object at a time; child processes get the signals'
-/// default behaviour.
+/// Turns SIGINT, SIGTERM and, unless it is ignored, SIGHUP into a Qt signal. At most one object at a time; child
+/// processes get the signals' default behaviour.
 class Interrupt : public QObject {
   Q_OBJECT
 

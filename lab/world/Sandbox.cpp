@@ -1,5 +1,6 @@
 #include "lab/world/Sandbox.h"
 
+#include "lab/EndSignals.h"
 #include "lab/SignalStatus.h"
 #include "lab/world/SandboxMounts.h"
 
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <poll.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -27,23 +29,39 @@ constexpr auto advice =
     "  sysctl -w kernel.apparmor_restrict_unprivileged_userns=0    (Ubuntu)\n"
     "In a container, start that with --privileged or with the capability SYS_ADMIN.";
 
+constexpr std::array forwardedSignals{SIGTERM, SIGINT, SIGHUP, SIGQUIT};
+
 volatile sig_atomic_t forwardTarget = 0;
 
 void forwardSignal(int signal) {
   if (forwardTarget > 0) kill(forwardTarget, signal);
 }
 
-/// Hands signals that ask for an end on to `child`.
-void forwardSignalsTo(pid_t child) {
-  forwardTarget = child;
-  struct sigaction action {};
-  action.sa_handler = forwardSignal;
-  for (const auto signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) sigaction(signal, &action, nullptr);
-}
+/// Keeps signals that ask for an end waiting while there is nobody to take them. One at the first process inside would
+/// be lost without a trace, for the kernel drops what such a process neither handles nor has waiting. Is inherited.
+class HeldSignals {
+ public:
+  HeldSignals() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (const auto signal : forwardedSignals) sigaddset(&held, signal);
+    sigprocmask(SIG_BLOCK, &held, &before_);
+  }
+  ~HeldSignals() { letGo(); }
+  HeldSignals(const HeldSignals&) = delete;
 
-void restoreSignals() {
-  for (const auto signal : {SIGTERM, SIGINT, SIGHUP, SIGQUIT}) std::signal(signal, SIG_DFL);
-}
+  void letGo() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+  /// Lets them go on to `child`, and all that come later.
+  void forwardTo(pid_t child) {
+    forwardTarget = child;
+    for (const auto signal : forwardedSignals) handleEndSignal(signal, forwardSignal);
+    letGo();
+  }
+
+ private:
+  sigset_t before_{};
+};
 
 int exitStatusOf(int waitStatus) {
   return WIFSIGNALED(waitStatus) ? signalStatusBase + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
@@ -78,10 +96,17 @@ void completePath() {
   setenv("PATH", (std::string(path ? path : "/usr/bin:/bin") + ":/usr/sbin:/sbin").c_str(), 1);
 }
 
+/// The outer process reads from `errors` as long as it lives.
+bool hasOuterProcessEnded(int errors) {
+  pollfd state{errors, 0, 0};
+  return poll(&state, 1, 0) > 0 && (state.revents & POLLERR) != 0;
+}
+
 /// The first process inside: prepares the file system, then starts the program and stays until that has ended. Returns
 /// only in the program. What goes wrong before is written to `errors`.
-void runFirstProcess(int errors) {
+void runFirstProcess(int errors, HeldSignals& signals) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (hasOuterProcessEnded(errors)) _exit(EXIT_FAILURE);  // before that could be asked for
   std::array<char, 32> number{};
   if (readlink("/proc/self", number.data(), number.size() - 1) > 0) setenv(outerProcessVariable, number.data(), 1);
   const auto failure = mountSandbox(Sandbox::directory);
@@ -94,10 +119,9 @@ void runFirstProcess(int errors) {
   const auto program = fork();
   if (program != 0) {
     close(errors);
-    forwardSignalsTo(program);
+    signals.forwardTo(program);
     _exit(program < 0 ? EXIT_FAILURE : waitFor(program));
   }
-  restoreSignals();
   close(errors);
 }
 
@@ -122,15 +146,16 @@ std::variant<Sandbox::Inside, Sandbox::Ended, Sandbox::Impossible> Sandbox::ente
     return Impossible{impossibleBecause(std::string("new namespaces are refused: ") + std::strerror(errno))};
   std::array<int, 2> errors{};
   if (pipe(errors.data()) != 0) return Impossible{impossibleBecause("no pipe")};
+  HeldSignals signals;
   const auto first = fork();
   if (first < 0) return Impossible{impossibleBecause("no process")};
   if (first == 0) {
     close(errors[0]);
-    runFirstProcess(errors[1]);
+    runFirstProcess(errors[1], signals);
     return Inside{};
   }
   close(errors[1]);
-  forwardSignalsTo(first);
+  signals.forwardTo(first);
   const auto failure = readToEnd(errors[0]);
   const auto status = waitFor(first);
   if (!failure.empty()) return Impossible{impossibleBecause(failure)};

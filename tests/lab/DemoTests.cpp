@@ -1,9 +1,11 @@
 #include "lab/EventWait.h"
 #include "lab/LabProgram.h"
 
+#include <QDeadlineTimer>
 #include <QProcess>
 
 #include <csignal>
+#include <unistd.h>
 
 namespace zolvex::lab {
 namespace {
@@ -32,21 +34,82 @@ TEST_F(LabProgram, demoSaysWhatDiffers) {
   EXPECT_TRUE(lastLineOf(run).endsWith("; Magic Mouse is nobody's, not connected")) << lastLineOf(run).toStdString();
 }
 
-TEST_F(LabProgram, interruptedDemoLeavesNothingBehind) {
+/// A demo that is to be interrupted.
+class LabInterruption : public LabProgram {
+ protected:
+  /// In a process group of its own, as a shell has it.
+  void start(const QStringList& options = {}, void (*hangUpHandler)(int) = SIG_DFL) {
+    process_.setProcessEnvironment(environment_);
+    process_.setChildProcessModifier([hangUpHandler] {
+      setpgid(0, 0);
+      std::signal(SIGHUP, hangUpHandler);
+    });
+    process_.start(QStringLiteral(ZOLVEX_LAB_PROGRAM),
+                   QStringList{u"demo"_s, u"--latency"_s, u"0"_s} + options + zolvex_);
+    output_.clear();
+    ASSERT_TRUE(process_.waitForStarted());
+  }
+
+  void waitForLine(const char* text) {
+    while (!output_.contains(text) && process_.waitForReadyRead(static_cast<int>(limit.count())))
+      output_ += process_.readAllStandardOutput();
+  }
+
+  /// Looks without a pause, for the moments are short.
+  void waitForProcesses(int count) const {
+    const QDeadlineTimer deadline(limit);
+    while (processesWithMark() < count && !deadline.hasExpired()) {
+    }
+  }
+
+  void signalAndWait(int signal) { sendAndWait(static_cast<pid_t>(process_.processId()), signal); }
+
+  /// As a terminal does it: to everybody.
+  void signalGroupAndWait(int signal) { sendAndWait(-static_cast<pid_t>(process_.processId()), signal); }
+
+  void sendAndWait(pid_t receiver, int signal) {
+    ::kill(receiver, signal);
+    ASSERT_TRUE(process_.waitForFinished(static_cast<int>(limit.count())));
+    output_ += process_.readAllStandardOutput();
+  }
+
+  std::string lastLine() const { return output_.trimmed().split('\n').last().toStdString(); }
+  bool hasSucceeded() const { return process_.exitStatus() == QProcess::NormalExit && process_.exitCode() == 0; }
+
+  QProcess process_;
+  QByteArray output_;
+};
+
+TEST_F(LabInterruption, leavesNothingBehind) {
   for (const auto signal : {SIGINT, SIGTERM, SIGKILL}) {
-    QProcess process;
-    process.setProcessEnvironment(environment_);
-    process.start(QStringLiteral(ZOLVEX_LAB_PROGRAM), QStringList{u"demo"_s} + zolvex_);
-    QByteArray output;
-    while (!output.contains("starting Zolvex") && process.waitForReadyRead(static_cast<int>(limit.count())))
-      output += process.readAllStandardOutput();
-    EXPECT_GT(processesWithMark(), 3) << output.toStdString();
-    ::kill(static_cast<pid_t>(process.processId()), signal);
-    ASSERT_TRUE(process.waitForFinished(static_cast<int>(limit.count())));
-    EXPECT_EQ(process.exitStatus() == QProcess::CrashExit, signal == SIGKILL);
+    start();
+    waitForLine("starting Zolvex");
+    EXPECT_GT(processesWithMark(), 3) << output_.toStdString();
+    signalAndWait(signal);
+    EXPECT_EQ(process_.exitStatus() == QProcess::CrashExit, signal == SIGKILL);
     // After SIGKILL the kernel ends the rest, which nobody can wait for.
     EXPECT_TRUE(waitUntil([&] { return leftNothingBehind(); }, 5s)) << signal;
   }
+}
+
+TEST_F(LabInterruption, isNotMissedWhileTheSandboxIsEntered) {
+  for (int round = 0; round < 8; ++round) {
+    for (const auto processes : {1, 2, 3}) {
+      start();
+      waitForProcesses(processes);
+      signalAndWait(round % 4 == 3 ? SIGKILL : SIGTERM);
+      EXPECT_FALSE(hasSucceeded()) << processes << output_.toStdString();
+      EXPECT_TRUE(waitUntil([&] { return leftNothingBehind(); }, 5s)) << processes;
+    }
+  }
+}
+
+TEST_F(LabInterruption, byATerminalThatClosesDoesNotReachWhatNohupHasStarted) {
+  start({}, SIG_IGN);
+  waitForLine("starting Zolvex");
+  signalGroupAndWait(SIGHUP);
+  EXPECT_TRUE(hasSucceeded());
+  EXPECT_TRUE(lastLine().starts_with("demo: 3 of 3 devices moved")) << lastLine();
 }
 
 }  // namespace
