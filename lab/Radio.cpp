@@ -28,7 +28,8 @@ const VirtualDevice* Radio::device(const QString& address) const {
 QString Radio::addressOf(const QString& nameOrAddress) const {
   const auto asAddress = nameOrAddress.toUpper().replace(u'-', u':');
   for (const auto& device : devices_)
-    if (device.name == nameOrAddress || device.address == asAddress) return device.address;
+    if (device.name.compare(nameOrAddress, Qt::CaseInsensitive) == 0 || device.address == asAddress)
+      return device.address;
   return {};
 }
 

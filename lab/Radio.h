@@ -45,7 +45,7 @@ class Radio : public QObject {
   void addDevice(VirtualDevice device);
   const VirtualDevice* device(const QString& address) const;
 
-  /// Address of the device of that name, or of that address in any notation; empty when there is none.
+  /// Address of the device of that name in whatever case, or of that address in any notation; empty when there is none.
   QString addressOf(const QString& nameOrAddress) const;
 
   /// All devices in the order in which they were added.

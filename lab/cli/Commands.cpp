@@ -12,14 +12,15 @@ void Commands::obey(const QString& line, const ActListener& done) {
     return desktop ? desktop->session().perform(*act, done) : done({false, u"there is no computer \"%1\""_s.arg(rest)});
   }
   if (command == u"who"_s) return done({true, whoHasWhat()});
-  const auto fault = Fault::parse(rest);
-  if (command == u"fault"_s && fault)
-    world_.radio().inject(*fault);
-  else if (command == u"lift"_s)
+  if (command == u"lift"_s) {
     world_.radio().liftAll();
-  else
-    return done({false, u"not understood: %1"_s.arg(line)});
-  done({true, {}});
+    return done({true, {}});
+  }
+  const auto fault = command == u"fault"_s ? Fault::parse(rest) : std::nullopt;
+  if (!fault) return done({false, u"not understood: %1"_s.arg(line)});
+  const auto problem = world_.problemWith(*fault);
+  if (problem.isEmpty()) world_.radio().inject(*fault);
+  done({problem.isEmpty(), problem});
 }
 
 QString Commands::whoHasWhat() {

@@ -132,6 +132,9 @@ int runInSandbox(int argc, char** argv, const Options& options, const QString& l
         u"zolvex-lab: there is no program zolvex %1\nBuild it, or name it with --zolvex PATH.\n"_s.arg(programs.zolvex),
         usageStatus);
   World world(worldOptionsOf(options, programs.zolvex));
+  for (const auto& fault : options.faults)
+    if (const auto problem = world.problemWith(fault); !problem.isEmpty())
+      return say(u"zolvex-lab: --fault: %1\n"_s.arg(problem), usageStatus);
   Report report;
   report.follow(world);
   Interrupt interrupt;

@@ -60,6 +60,14 @@ Desktop* World::findDesktop(const QString& name) {
   return nullptr;
 }
 
+QString World::problemWith(const Fault& fault) {
+  if (!fault.device.isEmpty() && radio_.addressOf(fault.device).isEmpty())
+    return u"there is no device \"%1\""_s.arg(fault.device);
+  if (!fault.computer.isEmpty() && !findDesktop(fault.computer))
+    return u"there is no computer \"%1\""_s.arg(fault.computer);
+  return {};
+}
+
 bool World::start() {
   Q_EMIT progress(u"building the network of %1 computers"_s.arg(desktops_.size()));
   if (!network_.build(options_.computers)) return fail(network_.errorString());

@@ -51,6 +51,9 @@ class World : public QObject {
   Desktop& desktop(const QString& name);
   Desktop* findDesktop(const QString& name);  ///< In whatever case; null when there is none.
 
+  /// Whom the fault is to befall and who does not exist; empty when it can strike.
+  QString problemWith(const Fault& fault);
+
   /// Bonds all devices to a computer and connects them, as if they had always been there.
   void giveDevicesTo(const QString& computer);
 

@@ -106,6 +106,13 @@ TEST_F(LabControl, consoleTakesTheSameActs) {
   EXPECT_TRUE(prints(u"lab      there is no computer \"Attic\""_s));
 }
 
+TEST_F(LabControl, consoleTakesFaultsOfThoseWhoAreThere) {
+  world_.write("fault asleep:Magic Moose\nfault adapter-off@Labtop\nfault asleep:magic mouse\nwho\n");
+  EXPECT_TRUE(prints(u"lab      there is no device \"Magic Moose\""_s));
+  EXPECT_TRUE(prints(u"lab      there is no computer \"Labtop\""_s));
+  EXPECT_TRUE(prints(u"lab      Magic Mouse: Laptop, not connected"_s));
+}
+
 /// In a process namespace of its own, where no other world is to be seen.
 TEST_F(LabProgram, onlyWorldThatRunsNeedsNoName) {
   const QStringList alone{u"-Urpf"_s, u"--mount-proc"_s};

@@ -28,10 +28,21 @@ TEST_F(LabProgram, demoWorksForAnOrdinaryUser) {
 }
 
 TEST_F(LabProgram, demoSaysWhatDiffers) {
-  const auto run = lab({u"demo"_s, u"--latency"_s, u"0"_s, u"--fault"_s, u"refuses-pairing:Magic Mouse@Studio"_s});
+  const auto run = lab({u"demo"_s, u"--latency"_s, u"0"_s, u"--fault"_s, u"refuses-pairing:magic mouse@studio"_s});
   EXPECT_EQ(run.exitStatus, 1);
   EXPECT_TRUE(lastLineOf(run).startsWith("demo: 2 of 3 devices moved from Laptop to Studio in "));
   EXPECT_TRUE(lastLineOf(run).endsWith("; Magic Mouse is nobody's, not connected")) << lastLineOf(run).toStdString();
+}
+
+TEST_F(LabProgram, faultThatCanBefallNobodyIsMisuse) {
+  const auto refusal = [this](const QString& fault) {
+    const auto run = lab({u"demo"_s, u"--latency"_s, u"0"_s, u"--fault"_s, fault});
+    EXPECT_EQ(run.exitStatus, 2);
+    EXPECT_EQ(run.output, "");
+    return run.error;
+  };
+  EXPECT_EQ(refusal(u"asleep:Magic Moose"_s), "zolvex-lab: --fault: there is no device \"Magic Moose\"\n");
+  EXPECT_EQ(refusal(u"adapter-off@Labtop"_s), "zolvex-lab: --fault: there is no computer \"Labtop\"\n");
 }
 
 /// A demo that is to be interrupted.

@@ -24,6 +24,7 @@ class RadioTest : public testing::Test {
 };
 
 TEST_F(RadioTest, devicesAreFoundByNameAndByAddressInAnyNotation) {
+  EXPECT_EQ(radio.addressOf(u"magic mouse"_s), mouse);
   EXPECT_EQ(radio.addressOf(u"02-5a-00-00-00-03"_s), mouse);
   EXPECT_EQ(radio.addressOf(u"Magic Stylus"_s), QString());
   EXPECT_EQ(radio.addresses().size(), 3);
