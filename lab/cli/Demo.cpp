@@ -26,7 +26,7 @@ PlayResult Demo::play(const std::vector<Fault>& faults) {
   if (!letLaptopConnect()) return failure(u"Laptop did not take note of its own devices"_s);
   for (const auto& fault : faults) world_.radio().inject(fault);
   letStudioSwitch();
-  return judge();
+  return world_.isInterrupted() ? interrupted() : judge();
 }
 
 // A program that has just started takes all devices for not connected.
@@ -74,8 +74,12 @@ PlayResult Demo::judge() const {
   return {false, text};
 }
 
+PlayResult Demo::interrupted() {
+  return {false, u"demo: interrupted"_s};
+}
+
 PlayResult Demo::failure(const QString& what) const {
-  if (world_.isInterrupted()) return {false, u"demo: interrupted"_s};
+  if (world_.isInterrupted()) return interrupted();
   return {false, u"demo: nothing was moved: %1"_s.arg(what)};
 }
 

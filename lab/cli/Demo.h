@@ -20,6 +20,7 @@ class Demo {
   bool letLaptopConnect();
   void letStudioSwitch();
   PlayResult judge() const;
+  static PlayResult interrupted();
   PlayResult failure(const QString& what) const;
 
   World& world_;

@@ -96,19 +96,22 @@ void stay(World& world, Report& report, const Programs& programs) {
 
 PlayResult play(World& world, Report& report, const Options& options) {
   const auto isDay = options.story == Options::Story::day;
-  if (!world.start())
-    return {false, u"%1: there is no world: %2"_s.arg(isDay ? u"day"_s : u"demo"_s, world.errorString())};
+  if (!world.start()) {
+    const auto reason = world.isInterrupted() ? u"interrupted"_s : u"there is no world: "_s + world.errorString();
+    return {false, u"%1: %2"_s.arg(isDay ? u"day"_s : u"demo"_s, reason)};
+  }
   return isDay ? DayStory(world, report).play(options.faults) : Demo(world, report).play(options.faults);
 }
 
 int runDemo(World& world, Report& report, const Options& options, const Programs& programs) {
   const auto result = play(world, report, options);
-  if (options.keep && !world.isInterrupted()) {
+  const auto stays = options.keep && !world.isInterrupted();
+  if (stays) {
     say(result.text + u'\n', EXIT_SUCCESS);
     stay(world, report, programs);
   }
   world.stop();
-  if (!options.keep) say(result.text + u'\n', EXIT_SUCCESS);
+  if (!stays) say(result.text + u'\n', EXIT_SUCCESS);
   return result.isSuccess ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

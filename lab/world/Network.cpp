@@ -2,6 +2,7 @@
 
 #include <QProcess>
 
+#include <unistd.h>
 #include <utility>
 
 namespace zolvex::lab {
@@ -69,6 +70,7 @@ bool Network::runIp(const QStringList& commands) {
   for (const auto& command : commands) {
     QProcess ip;
     ip.setProcessChannelMode(QProcess::MergedChannels);
+    ip.setChildProcessModifier([] { setsid(); });  // a Ctrl-C is for the world
     ip.start(u"ip"_s, command.split(u' '));
     const auto hasEnded = ip.waitForFinished(limitMilliseconds);
     if (hasEnded && ip.exitStatus() == QProcess::NormalExit && ip.exitCode() == 0) continue;

@@ -115,6 +115,25 @@ TEST_F(LabInterruption, isNotMissedWhileTheSandboxIsEntered) {
   }
 }
 
+TEST_F(LabInterruption, isWhatTheLastLineSays) {
+  for (const auto* moment : {"building the network", "starting buses", "waiting until", "looks what it has"}) {
+    start();
+    waitForLine(moment);
+    signalGroupAndWait(SIGINT);
+    EXPECT_EQ(lastLine(), "demo: interrupted") << moment;
+    EXPECT_FALSE(hasSucceeded());
+  }
+}
+
+TEST_F(LabInterruption, isWhatTheLastLineSaysDuringTheSwitch) {
+  start({u"--keep"_s, u"--fault"_s, u"slow"_s});
+  waitForLine("Studio switches");
+  signalAndWait(SIGTERM);
+  EXPECT_EQ(lastLine(), "demo: interrupted");
+  EXPECT_FALSE(hasSucceeded());
+  EXPECT_TRUE(leftNothingBehind());
+}
+
 TEST_F(LabInterruption, byATerminalThatClosesDoesNotReachWhatNohupHasStarted) {
   start({}, SIG_IGN);
   waitForLine("starting Zolvex");
