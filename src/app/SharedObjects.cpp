@@ -86,9 +86,8 @@ SharedObjects::~SharedObjects() {
 }
 
 control::Controlled SharedObjects::controlled() {
-  return {mainQueue_,     defaults_,      bluetoothStore_,
-          deviceManager_, networkStore_,  workerClient_,
-          scanQueue_,     launchAtLogin_, [this] { return showWindows(); }};
+  return {mainQueue_,    defaults_,         bluetoothStore_, deviceManager_,
+          networkStore_, pairedDeviceScan_, launchAtLogin_,  [this] { return showWindows(); }};
 }
 
 UserInterfaceObjects SharedObjects::shown() {

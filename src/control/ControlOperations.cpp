@@ -11,8 +11,7 @@ namespace zolvex::control {
 ControlOperations::ControlOperations(const Controlled& controlled)
     : use_(controlled),
       settings_(controlled.defaults, controlled.networkStore, controlled.launchAtLogin),
-      selection_(controlled.defaults, controlled.bluetoothStore),
-      scan_(controlled.mainQueue, controlled.scanQueue, controlled.workerClient) {}
+      selection_(controlled.defaults, controlled.bluetoothStore) {}
 
 Refusal ControlOperations::connectToThisMac(bool connectMissing) {
   if (auto refusal = refusalWhileSwitching()) return refusal;
@@ -52,14 +51,19 @@ Refusal ControlOperations::show() {
   return ControlError{error::failed, "This Zolvex has no windows: it has no display, or cannot use it."};
 }
 
+void ControlOperations::pairedDevices(PairedDeviceScan::Answer answer) {
+  use_.pairedDeviceScan.list(lifetime_.guard(std::move(answer)));
+}
+
 void ControlOperations::manageDevices(std::vector<std::string> addresses, Done done) {
   if (auto refusal = refusalOfSetup(!addresses.empty())) return done(refusal);
-  scan_.list([this, addresses = std::move(addresses), done = std::move(done)](const PairedDeviceScan::Devices& paired) {
-    if (auto refusal = refusalOfSetup(true)) return done(refusal);  // the peer may have been removed meanwhile
-    if (auto refusal = selection_.save(addresses, paired)) return done(refusal);
-    use_.deviceManager.devicesConfigured();
-    done(unsavedChange(use_.defaults));
-  });
+  pairedDevices(
+      [this, addresses = std::move(addresses), done = std::move(done)](const PairedDeviceScan::Devices& paired) {
+        if (auto refusal = refusalOfSetup(true)) return done(refusal);  // the peer may have been removed meanwhile
+        if (auto refusal = selection_.save(addresses, paired)) return done(refusal);
+        use_.deviceManager.devicesConfigured();
+        done(unsavedChange(use_.defaults));
+      });
 }
 
 Refusal ControlOperations::refusalOfSetup(bool anySelected) const {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "bluetooth/BluetoothWorkerClient.h"
 #include "control/ControlError.h"
 #include "control/ControlSettings.h"
 #include "control/DeviceSelection.h"
 #include "control/PairedDeviceScan.h"
+#include "core/Lifetime.h"
 #include "ownership/DeviceManager.h"
 #include "peer/NetworkDeviceStore.h"
 
@@ -21,8 +21,7 @@ struct Controlled {
   BluetoothPeripheralStore& bluetoothStore;
   DeviceManager& deviceManager;
   NetworkDeviceStore& networkStore;
-  const BluetoothWorkerClient& workerClient;
-  SerialQueue& scanQueue;  ///< Only for listings of paired devices.
+  PairedDeviceScan& pairedDeviceScan;  ///< The only one, so that all who ask at a time share a listing.
   LaunchAtLogin& launchAtLogin;
   std::function<bool()> showWindows = {};  ///< Whether there are windows to show; empty: none.
 };
@@ -46,7 +45,8 @@ class ControlOperations {
   /// Brings the popover up.
   Refusal show();
 
-  void pairedDevices(PairedDeviceScan::Answer answer) { scan_.list(std::move(answer)); }
+  /// Not answered any more once this is gone.
+  void pairedDevices(PairedDeviceScan::Answer answer);
 
   /// These change what is saved. A change that is in effect but cannot be saved is an error, too, as its text says.
   void manageDevices(std::vector<std::string> addresses, Done done);
@@ -63,7 +63,7 @@ class ControlOperations {
   Controlled use_;
   ControlSettings settings_;
   DeviceSelection selection_;
-  PairedDeviceScan scan_;
+  Lifetime lifetime_;
 };
 
 }  // namespace zolvex::control

@@ -33,8 +33,10 @@ struct ControlOperationsTest : testing::Test {
   World world;
   VirtualSerialQueue scanQueue{world.time};
   FakeLaunchAtLogin launchAtLogin;
-  control::ControlOperations operations{{world.time, world.defaults, world.store(), world.manager(), world.network(),
-                                         world.workerClient, scanQueue, launchAtLogin}};
+  control::PairedDeviceScan scan{world.time, scanQueue, world.workerClient};
+  const control::Controlled controlled{world.time,      world.defaults, world.store(), world.manager(),
+                                       world.network(), scan,           launchAtLogin};
+  control::ControlOperations operations{controlled};
 };
 
 TEST_F(ControlOperationsTest, startsAFlowUnlessOneRuns) {
@@ -131,11 +133,21 @@ TEST_F(ControlOperationsTest, whoAsksDuringAListingSharesIt) {
   EXPECT_EQ(world.workers.events.size(), 1u);
 }
 
+TEST_F(ControlOperationsTest, whoAsksWhileTheSettingsPageListsSharesItsListing) {
+  pair({{"B1", "Magic Mouse", true}});
+  bool isShown = false;
+  scan.list([&](const auto&) { isShown = true; });
+  bool isAnswered = false;
+  operations.pairedDevices([&](const auto& devices) { isAnswered = devices.size() == 1; });
+  EXPECT_EQ(manage({"B1"}), std::nullopt);
+  EXPECT_TRUE(isShown && isAnswered);
+  EXPECT_EQ(world.workers.events.size(), 1u);
+}
+
 TEST_F(ControlOperationsTest, aListingMayOutliveTheOneWhoAsked) {
   pair({{"B1", "Magic Mouse", true}});
   {
-    control::ControlOperations ended({world.time, world.defaults, world.store(), world.manager(), world.network(),
-                                      world.workerClient, scanQueue, launchAtLogin});
+    control::ControlOperations ended(controlled);
     ended.pairedDevices([](const auto&) { ADD_FAILURE() << "answered after its end"; });
   }
   world.runUntilIdle();

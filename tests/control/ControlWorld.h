@@ -38,15 +38,7 @@ class ControlWorld {
   }
 
   control::Controlled controlled() {
-    return {world.time,
-            world.defaults,
-            world.store(),
-            world.manager(),
-            world.network(),
-            world.workerClient,
-            scanQueue,
-            launchAtLogin,
-            [this] {
+    return {world.time, world.defaults, world.store(), world.manager(), world.network(), scan, launchAtLogin, [this] {
               timesShown += hasWindows ? 1 : 0;
               return hasWindows;
             }};
@@ -57,6 +49,7 @@ class ControlWorld {
 
   World world;
   VirtualSerialQueue scanQueue{world.time};
+  control::PairedDeviceScan scan{world.time, scanQueue, world.workerClient};
   FakeLaunchAtLogin launchAtLogin;
   lab::PrivateBus bus;
   bool busStarted = false;
