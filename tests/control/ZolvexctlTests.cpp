@@ -358,6 +358,24 @@ TEST_F(ZolvexctlTest, watchEndsWithZolvex) {
   EXPECT_EQ(program.errors(), "zolvexctl: Zolvex has ended.\n");
 }
 
+TEST_F(ZolvexctlTest, watchEndsWhenItsOutputCannotBeWritten) {
+  ProgramRun program(u"/bin/sh"_s, {u"-c"_s, u"exec \"$0\" watch > /dev/full"_s, QStringLiteral(ZOLVEXCTL)},
+                     {{u"DBUS_SESSION_BUS_ADDRESS"_s, computer.bus.address()}});
+  EXPECT_EQ(program.exitStatus(), 1);
+  EXPECT_EQ(program.errors(), "zolvexctl: cannot write the output\n");
+}
+
+TEST_F(ZolvexctlTest, watchEndsWhenItsReaderIsGone) {
+  const auto script = u"trap '' PIPE; { \"$0\" watch; echo $? >&2; } | read line"_s;
+  ProgramRun program(u"/bin/sh"_s, {u"-c"_s, script, QStringLiteral(ZOLVEXCTL)},
+                     {{u"DBUS_SESSION_BUS_ADDRESS"_s, computer.bus.address()}});
+  ASSERT_TRUE(runUntil([&] {
+    world.manager().refreshFromLiveState();
+    return program.isEnded();
+  }));
+  EXPECT_EQ(program.errors(), "zolvexctl: cannot write the output\n1\n");
+}
+
 TEST_F(ZolvexctlTest, waitingEndsWithZolvex) {
   world.peer.answer = std::nullopt;
   auto program = start({u"switch"_s, u"--wait"_s});

@@ -30,6 +30,17 @@ void print(const std::string& text) {
   std::fflush(stdout);
 }
 
+/// Everything printed so far could be written; otherwise main() says so.
+bool isOutputWritten() {
+  return std::ferror(stdout) == 0;
+}
+
+/// From within the event loop.
+void printOrEnd(const std::string& text) {
+  print(text);
+  if (!isOutputWritten()) QCoreApplication::exit(exitStatus::endedBadly);
+}
+
 void complain(const std::string& text) {
   std::fputs(("zolvexctl: " + text + "\n").c_str(), stderr);
 }
@@ -224,14 +235,15 @@ int Commands::watch() {
   if (const auto* failure = std::get_if<Failure>(&state)) return fail(*failure);
   const auto& values = std::get<QVariantMap>(state);
   print(invocation_.json ? report::statusJson(values) : report::status(values));
+  if (!isOutputWritten()) return exitStatus::endedBadly;
   const auto changes = client_.assigned.observe([this](const QString& name, const QVariant& value) {
-    print(invocation_.json ? report::changeJson(name, value) : report::change(name, value));
+    printOrEnd(invocation_.json ? report::changeJson(name, value) : report::change(name, value));
   });
   const auto lines = client_.logged.observe([this](const QString& category, const QString& message) {
-    print(invocation_.json ? report::logLineJson(category, message) : report::logLine(category, message));
+    printOrEnd(invocation_.json ? report::logLineJson(category, message) : report::logLine(category, message));
   });
   const int result = QCoreApplication::exec();
-  complain("Zolvex has ended.");
+  if (result == exitStatus::notRunning) complain("Zolvex has ended.");
   return result;
 }
 
