@@ -3,9 +3,8 @@
 #include "control/ControlObject.h"
 #include "core/Published.h"
 
+#include <QDBusMessage>
 #include <QObject>
-
-#include <memory>
 
 namespace zolvex {
 
@@ -14,8 +13,11 @@ class BusLink;
 namespace control {
 
 /// The application's presence on the session bus: whenever the bus comes, it puts the control object there and takes
-/// the service name. Without a bus it waits. Owned by the application; main thread.
+/// the service name. Without a bus it waits; so it does while another program has the name. Owned by the application;
+/// main thread.
 class ControlService final : public QObject {
+  Q_OBJECT
+
  public:
   /// `decisions` repeats the log lines that are told on the bus. It, the link and everything controlled outlive this.
   ControlService(const Controlled& controlled, LogFeed& decisions, BusLink& sessionBus);
@@ -24,6 +26,10 @@ class ControlService final : public QObject {
   void busArrived();
   void requestName();
 
+ private Q_SLOTS:
+  void ownerChanged(const QDBusMessage& message);
+
+ private:
   BusLink& sessionBus_;
   ControlObject object_;
   Subscription arrival_;

@@ -2,6 +2,7 @@
 #include "control/ControlNames.h"
 #include "control/ControlTypes.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
@@ -272,13 +273,30 @@ TEST_F(ControlServiceTest, returnsWithItsBus) {
   EXPECT_EQ(client->property(u"LastResult"_s), QVariant(u"Not connected"_s));
 }
 
-TEST_F(ControlServiceTest, aSecondServiceOnTheSameBusIsLogged) {
-  world.log.expectError("another program has the bus name; zolvexctl cannot reach this one");
-  BusLink otherLink(computer.queue, "session bus", computer.bus.address().toStdString());
-  const ControlService other(computer.controlled(), computer.decisions, otherLink);
-  otherLink.start();
-  ASSERT_TRUE(runUntil(
-      [&] { return world.log.contains("another program has the bus name; zolvexctl cannot reach this one"); }));
+/// The service of a second program on the same bus.
+struct SecondControlServiceTest : ControlServiceTest {
+  static constexpr auto complaint = "another program has the bus name; zolvexctl cannot reach this one";
+
+  void SetUp() override {
+    ControlServiceTest::SetUp();
+    world.log.expectError(complaint);
+    link.start();
+    ASSERT_TRUE(runUntil([&] { return world.log.contains(complaint); }));
+  }
+  BusLink link{computer.queue, "session bus", computer.bus.address().toStdString()};
+  const ControlService service{computer.controlled(), computer.decisions, link};
+};
+
+TEST_F(SecondControlServiceTest, saysThatItCannotBeReached) {
+  EXPECT_EQ(client->property(u"IsSwitching"_s), QVariant(false));  // the first one still can
+}
+
+TEST_F(SecondControlServiceTest, takesTheNameWhenTheFirstEnds) {
+  computer.service.reset();
+  computer.link.connection().unregisterService(serviceName);
+  const auto owner = [this] { return link.connection().interface()->serviceOwner(serviceName).value(); };
+  ASSERT_TRUE(runUntil([&] { return owner() == link.connection().baseService(); }));
+  EXPECT_EQ(client->property(u"IsSwitching"_s), QVariant(false));
 }
 
 }  // namespace
