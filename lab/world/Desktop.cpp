@@ -30,10 +30,11 @@ publish-workstation=no
 publish-hinfo=no
 )";
 
-/// What would lead to the desktop on which the lab itself runs.
+/// What would lead to the desktop on which the lab itself runs, or to its Bluetooth adapter.
 const QStringList outerSessionVariables{
-    u"DISPLAY"_s,  u"WAYLAND_DISPLAY"_s, u"XAUTHORITY"_s,          u"XDG_SESSION_ID"_s, u"XDG_SESSION_TYPE"_s,
-    u"XDG_SEAT"_s, u"XDG_VTNR"_s,        u"XDG_CURRENT_DESKTOP"_s, u"JOURNAL_STREAM"_s, u"INVOCATION_ID"_s,
+    u"DISPLAY"_s,          u"WAYLAND_DISPLAY"_s, u"XAUTHORITY"_s,     u"XDG_SESSION_ID"_s,
+    u"XDG_SESSION_TYPE"_s, u"XDG_SEAT"_s,        u"XDG_VTNR"_s,       u"XDG_CURRENT_DESKTOP"_s,
+    u"JOURNAL_STREAM"_s,   u"INVOCATION_ID"_s,   u"ZOLVEX_ADAPTER"_s,
 };
 
 bool writeFile(const QString& path, const QByteArray& content) {

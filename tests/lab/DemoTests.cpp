@@ -27,6 +27,11 @@ TEST_F(LabProgram, demoWorksForAnOrdinaryUser) {
   EXPECT_TRUE(leftNothingBehind());
 }
 
+TEST_F(LabProgram, demoHasAdaptersOfItsOwn) {
+  environment_.insert(u"ZOLVEX_ADAPTER"_s, u"00:11:22:33:44:55"_s);
+  EXPECT_EQ(lab({u"demo"_s, u"--latency"_s, u"0"_s}).exitStatus, 0);
+}
+
 TEST_F(LabProgram, demoSaysWhatDiffers) {
   const auto run = lab({u"demo"_s, u"--latency"_s, u"0"_s, u"--fault"_s, u"refuses-pairing:magic mouse@studio"_s});
   EXPECT_EQ(run.exitStatus, 1);
