@@ -165,9 +165,16 @@ int run(int argc, char** argv) {
   return runInSandbox(argc, argv, options, lab);
 }
 
+/// `status`, unless what was printed could not be written.
+int withOutputWritten(int status) {
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return status;
+  std::fputs("zolvex-lab: cannot write the output\n", stderr);
+  return status == EXIT_SUCCESS ? EXIT_FAILURE : status;
+}
+
 }  // namespace
 }  // namespace zolvex::lab
 
 int main(int argc, char** argv) {
-  return zolvex::lab::run(argc, argv);
+  return zolvex::lab::withOutputWritten(zolvex::lab::run(argc, argv));
 }

@@ -50,6 +50,18 @@ TEST_F(LabProgram, faultThatCanBefallNobodyIsMisuse) {
   EXPECT_EQ(refusal(u"adapter-off@Labtop"_s), "zolvex-lab: --fault: there is no computer \"Labtop\"\n");
 }
 
+TEST_F(LabProgram, outputThatCannotBeWrittenIsAFailure) {
+  for (const auto& command : {u"--help"_s, u"--list-faults"_s, u"demo --latency 0 --zolvex \"$1\""_s}) {
+    const auto run = runProgram({.program = u"/bin/sh"_s,
+                                 .arguments = {u"-c"_s, u"\"$0\" %1 > /dev/full"_s.arg(command),
+                                               QStringLiteral(ZOLVEX_LAB_PROGRAM), QStringLiteral(ZOLVEX_PROGRAM)},
+                                 .environment = environment_,
+                                 .limit = limit});
+    EXPECT_EQ(run.exitStatus, 1) << command.toStdString();
+    EXPECT_EQ(run.error, "zolvex-lab: cannot write the output\n");
+  }
+}
+
 /// A demo that is to be interrupted.
 class LabInterruption : public LabProgram {
  protected:
