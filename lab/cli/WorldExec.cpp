@@ -1,5 +1,6 @@
 #include "lab/cli/WorldExec.h"
 
+#include "lab/EndSignals.h"
 #include "lab/SignalStatus.h"
 #include "lab/world/Network.h"
 #include "lab/world/Sandbox.h"
@@ -24,9 +25,13 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-int failWithErrno(const QString& what) {
-  std::fprintf(stderr, "zolvex-lab: %s: %s\n", qPrintable(what), std::strerror(errno));
+int complain(const QString& what) {
+  std::fprintf(stderr, "zolvex-lab: %s\n", qPrintable(what));
   return EXIT_FAILURE;
+}
+
+int failWithErrno(const QString& what) {
+  return complain(what + u": "_s + QString::fromLocal8Bit(std::strerror(errno)));
 }
 
 bool isOwnUserNamespace(const QString& file) {
@@ -52,8 +57,19 @@ bool joinSandbox(const QString& process) {
   return true;
 }
 
+QString environmentFile(const QString& computer) {
+  return u"%1/%2/environment"_s.arg(QLatin1String(Sandbox::directory), computer);
+}
+
+/// The computer of that name in whatever case; empty when the world has none.
+QString knownComputer(const QString& name) {
+  for (const auto& folder : QDir(QLatin1String(Sandbox::directory)).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+    if (folder.compare(name, Qt::CaseInsensitive) == 0 && QFile::exists(environmentFile(folder))) return folder;
+  return {};
+}
+
 bool takeEnvironment(const QString& computer) {
-  QFile file(u"%1/%2/environment"_s.arg(QLatin1String(Sandbox::directory), computer));
+  QFile file(environmentFile(computer));
   if (!file.open(QIODevice::ReadOnly)) return false;
   clearenv();
   for (const auto& line : file.readAll().split('\0'))
@@ -73,24 +89,38 @@ bool takeEnvironment(const QString& computer) {
   _exit(EXIT_FAILURE);
 }
 
-}  // namespace
+void takeHostName(const QString& computer) {
+  if (unshare(CLONE_NEWUTS) != 0) return;
+  const auto host = Network::hostName(computer).toUtf8();
+  [[maybe_unused]] const auto renamed = sethostname(host.constData(), static_cast<std::size_t>(host.size()));
+}
 
-int execInWorld(const Options& options) {
-  if (!joinSandbox(options.world)) return failWithErrno(u"cannot enter the world of process %1"_s.arg(options.world));
-  if (!takeEnvironment(options.computer))
-    return failWithErrno(u"there is no computer %1 in that world"_s.arg(options.computer));
-  if (!join(Network::namespaceFile(options.computer))) return failWithErrno(u"cannot enter the network"_s);
-  if (unshare(CLONE_NEWUTS) == 0) {
-    const auto host = Network::hostName(options.computer).toUtf8();
-    [[maybe_unused]] const auto renamed = sethostname(host.constData(), static_cast<std::size_t>(host.size()));
-  }
-  const auto child = fork();  // only a child is in the new process namespace
+/// Only a child is in the new process namespace.
+int runInChild(const QStringList& program) {
+  HeldEndSignals signals;
+  const auto child = fork();
   if (child < 0) return failWithErrno(u"cannot start a process"_s);
-  if (child == 0) runProgram(options.program);
+  if (child == 0) {
+    signals.letGo();
+    runProgram(program);
+  }
+  signals.forwardTo(child);
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
   return WIFSIGNALED(status) ? signalStatusBase + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+}  // namespace
+
+int execInWorld(const Options& options) {
+  if (!joinSandbox(options.world)) return failWithErrno(u"cannot enter the world of process %1"_s.arg(options.world));
+  const auto computer = knownComputer(options.computer);
+  if (computer.isEmpty()) return complain(u"there is no computer \"%1\" in that world"_s.arg(options.computer));
+  if (!takeEnvironment(computer)) return failWithErrno(u"cannot read the environment of %1"_s.arg(computer));
+  if (!join(Network::namespaceFile(computer))) return failWithErrno(u"cannot enter the network"_s);
+  takeHostName(computer);
+  return runInChild(options.program);
 }
 
 }  // namespace zolvex::lab

@@ -29,40 +29,6 @@ constexpr auto advice =
     "  sysctl -w kernel.apparmor_restrict_unprivileged_userns=0    (Ubuntu)\n"
     "In a container, start that with --privileged or with the capability SYS_ADMIN.";
 
-constexpr std::array forwardedSignals{SIGTERM, SIGINT, SIGHUP, SIGQUIT};
-
-volatile sig_atomic_t forwardTarget = 0;
-
-void forwardSignal(int signal) {
-  if (forwardTarget > 0) kill(forwardTarget, signal);
-}
-
-/// Keeps signals that ask for an end waiting while there is nobody to take them. One at the first process inside would
-/// be lost without a trace, for the kernel drops what such a process neither handles nor has waiting. Is inherited.
-class HeldSignals {
- public:
-  HeldSignals() {
-    sigset_t held;
-    sigemptyset(&held);
-    for (const auto signal : forwardedSignals) sigaddset(&held, signal);
-    sigprocmask(SIG_BLOCK, &held, &before_);
-  }
-  ~HeldSignals() { letGo(); }
-  HeldSignals(const HeldSignals&) = delete;
-
-  void letGo() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
-
-  /// Lets them go on to `child`, and all that come later.
-  void forwardTo(pid_t child) {
-    forwardTarget = child;
-    for (const auto signal : forwardedSignals) handleEndSignal(signal, forwardSignal);
-    letGo();
-  }
-
- private:
-  sigset_t before_{};
-};
-
 int exitStatusOf(int waitStatus) {
   return WIFSIGNALED(waitStatus) ? signalStatusBase + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
 }
@@ -104,7 +70,7 @@ bool hasOuterProcessEnded(int errors) {
 
 /// The first process inside: prepares the file system, then starts the program and stays until that has ended. Returns
 /// only in the program. What goes wrong before is written to `errors`.
-void runFirstProcess(int errors, HeldSignals& signals) {
+void runFirstProcess(int errors, HeldEndSignals& signals) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (hasOuterProcessEnded(errors)) _exit(EXIT_FAILURE);  // before that could be asked for
   std::array<char, 32> number{};
@@ -146,7 +112,9 @@ std::variant<Sandbox::Inside, Sandbox::Ended, Sandbox::Impossible> Sandbox::ente
     return Impossible{impossibleBecause(std::string("new namespaces are refused: ") + std::strerror(errno))};
   std::array<int, 2> errors{};
   if (pipe(errors.data()) != 0) return Impossible{impossibleBecause("no pipe")};
-  HeldSignals signals;
+  // At the first process inside they would be lost without a trace: the kernel drops what such a process does not
+  // handle.
+  HeldEndSignals signals;
   const auto first = fork();
   if (first < 0) return Impossible{impossibleBecause("no process")};
   if (first == 0) {

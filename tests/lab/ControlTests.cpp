@@ -48,6 +48,10 @@ class LabControl : public LabProgram {
                        .limit = limit});
   }
 
+  QStringList execArguments(const QString& computer, const QStringList& program) const {
+    return QStringList{u"exec"_s, u"--world"_s, process_, computer, u"--"_s} + program;
+  }
+
   std::string done(const QString& computer, const QString& act) const {
     const auto run = ctl({computer, act});
     EXPECT_EQ(run.exitStatus, 0) << run.error.toStdString();
@@ -97,6 +101,40 @@ TEST_F(LabControl, worldThatIsNotThereIsNamed) {
   process_ = u"4194304"_s;
   EXPECT_EQ(refused(u"Laptop"_s, u"lock"_s),
             "zolvex-lab: the world of process 4194304 takes no commands: No such file or directory");
+}
+
+TEST_F(LabControl, programsRunOnTheComputerNamed) {
+  const auto exec = [this](const QString& computer) {
+    return runProgram({.program = QStringLiteral(ZOLVEX_LAB_PROGRAM),
+                       .arguments = execArguments(computer, {u"sh"_s, u"-c"_s, u"hostname; exit 7"_s}),
+                       .environment = environment_,
+                       .limit = limit});
+  };
+  for (const auto& computer : {u"Laptop"_s, u"laptop"_s}) {
+    const auto run = exec(computer);
+    EXPECT_EQ(run.exitStatus, 7) << run.error.toStdString();
+    EXPECT_EQ(run.output, "laptop\n");
+  }
+  const auto refusal = exec(u"Cellar"_s);
+  EXPECT_EQ(refusal.exitStatus, 1);
+  EXPECT_EQ(refusal.error, "zolvex-lab: there is no computer \"Cellar\" in that world\n");
+}
+
+TEST_F(LabControl, programThatRunsOnAComputerEndsWithWhatStartedIt) {
+  QProcess exec;
+  exec.setProcessEnvironment(environment_);
+  exec.start(QStringLiteral(ZOLVEX_LAB_PROGRAM),
+             execArguments(u"Laptop"_s, {u"sh"_s, u"-c"_s,
+                                         u"trap 'echo told; exit 9' TERM; echo here; while :; do sleep 0.02; done"_s}));
+  QByteArray output;
+  const auto says = [&](const char* text) {
+    return waitUntil([&] { return (output += exec.readAllStandardOutput()).contains(text); }, limit);
+  };
+  ASSERT_TRUE(says("here"));
+  exec.terminate();
+  EXPECT_TRUE(says("told"));
+  ASSERT_TRUE(waitUntil([&] { return exec.state() == QProcess::NotRunning; }, limit));
+  EXPECT_EQ(exec.exitCode(), 9);
 }
 
 TEST_F(LabControl, consoleTakesTheSameActs) {
