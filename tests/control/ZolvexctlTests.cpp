@@ -91,6 +91,12 @@ TEST_F(ZolvexctlTest, namesFromOutsideCannotReachTheTerminal) {
   EXPECT_NE(output.find("A1  \\x1b[2Jevil"), std::string::npos) << output;
 }
 
+TEST_F(ZolvexctlTest, errorsFromOutsideCannotReachTheTerminal) {
+  world.defaults.problem = "\x1b[2Jevil";
+  EXPECT_EQ(run({u"remove-peer"_s}), 1);
+  EXPECT_TRUE(errors.ends_with("it cannot be saved: \\x1b[2Jevil\n")) << errors;
+}
+
 TEST_F(ZolvexctlTest, switchReturnsWhenItHasBegun) {
   EXPECT_EQ(run({u"switch"_s}), 0);
   EXPECT_EQ(output, "Asking peer to release...\n");

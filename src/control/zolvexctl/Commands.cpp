@@ -256,7 +256,7 @@ int Commands::simple(const QString& method, const QVariantList& arguments, const
 }
 
 int Commands::fail(const Failure& failure) const {
-  complain(failure.text.toStdString() + hintFor(failure.name));
+  complain(report::shown(failure.text) + hintFor(failure.name));
   if (failure.isNotRunning) return exitStatus::notRunning;
   // Words that can never be right, in whichever state Zolvex is.
   const bool isMisuse = failure.name == error::unknownSetting || failure.name == error::invalidValue;
