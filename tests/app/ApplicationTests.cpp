@@ -258,6 +258,20 @@ TEST_F(ApplicationTest, endsQuicklyWhileAWorkerHangs) {
   }));
 }
 
+TEST_F(ApplicationTest, killedInTheMiddleOfASwitchItEndsWhoWaitsForIt) {
+  computer.writeSettings(R"({"managedDeviceAddresses": ["AA-BB-CC-DD-EE-01"], "autoConnect": false})");
+  ASSERT_TRUE(computer.sessionBus.start());
+  ASSERT_TRUE(computer.systemBus.start());
+  const ScriptedService bluez(computer.systemBus.address(), u"org.bluez"_s,
+                              [](const QDBusMessage&) { return QDBusMessage(); });
+  ASSERT_TRUE(computer.startOnBus());
+  auto waiting = computer.control({u"quick-connect"_s, u"--wait"_s});
+  ASSERT_TRUE(waiting.prints("Quick connecting..."));
+  ::kill(static_cast<pid_t>(zolvex().processId()), SIGKILL);
+  EXPECT_EQ(waiting.exitStatus(), 3);
+  EXPECT_EQ(waiting.errors(), "zolvexctl: Zolvex is not running. Start it with: zolvex\n");
+}
+
 TEST_F(ApplicationTest, endsSilentlyInTheMiddleOfASwitch) {
   computer.writeSettings(
       R"({"managedDeviceAddresses": ["AA-BB-CC-DD-EE-01", "AA-BB-CC-DD-EE-02", "AA-BB-CC-DD-EE-03"]})");

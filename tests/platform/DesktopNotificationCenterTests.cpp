@@ -105,6 +105,25 @@ TEST_F(DesktopNotificationCenterTest, aServiceThatRefusesIsADeliveryError) {
   EXPECT_EQ(post("Devices moved to Studio"), "too many notifications");
 }
 
+TEST_F(DesktopNotificationCenterTest, aServiceThatNeverAnswersIsADeliveryErrorInTheEnd) {
+  service.emplace(bus.address(), u"org.freedesktop.Notifications"_s,
+                  [](const QDBusMessage&) { return QDBusMessage(); });
+  EXPECT_NE(post("Devices moved to Studio"), std::nullopt);
+  EXPECT_EQ(service->calls().size(), 1u);
+}
+
+TEST_F(DesktopNotificationCenterTest, aServiceThatDiesBeforeItAnswersIsADeliveryError) {
+  service.emplace(bus.address(), u"org.freedesktop.Notifications"_s,
+                  [](const QDBusMessage&) { return QDBusMessage(); });
+  std::optional<NotificationCenter::Error> outcome;
+  center.post("zolvex.1", "Devices moved to Studio", [&](const NotificationCenter::Error& error) { outcome = error; });
+  ASSERT_TRUE(runUntil([&] { return !service->calls().empty(); }));
+  EXPECT_FALSE(outcome.has_value());
+  service.reset();
+  ASSERT_TRUE(runUntil([&] { return outcome.has_value(); }));
+  EXPECT_NE(*outcome, std::nullopt);
+}
+
 TEST_F(DesktopNotificationCenterTest, isAllowedWhereNobodyKeepsPermissions) {
   EXPECT_EQ(status(), Status::authorized);
 }
