@@ -101,11 +101,18 @@ require_packages() {
     exit "$status_packages"
   fi
   apt_knows "${missing[@]}" || as_root apt-get update
-  apt_install "${missing[@]}" && return 0
+  install_missing_of "$@" && return 0
   say "Trying once more with fresh package lists"
   as_root apt-get update
-  apt_install "${missing[@]}" ||
+  install_missing_of "$@" ||
     fail "installing packages failed (see above)" "mend the package sources, then run this again"
+}
+
+# Asks anew what is missing: only with package lists is it known what this Debian has dropped.
+install_missing_of() {
+  local missing
+  mapfile -t missing < <(missing_of "$@")
+  [[ ${#missing[@]} -eq 0 ]] || apt_install "${missing[@]}"
 }
 
 # build_preset PRESET [TARGET...]: configures where needed and builds. Another script that builds the same preset is
