@@ -47,7 +47,8 @@ class Machine:
             (self.share / leftover).unlink(missing_ok=True)
         (self.share / "command").write_text(f"exec {shlex.join(str(word) for word in command)}\n")
         shutil.copy(self._bridge, self.share / "bridge")  # the root need not have it
-        (self.share / "environment").write_text(f"VM_NAME={shlex.quote(self.name)}\nVM_SOURCE={PROJECT}\n")
+        name, source = shlex.quote(self.name), shlex.quote(str(PROJECT))
+        (self.share / "environment").write_text(f"VM_NAME={name}\nVM_SOURCE={source}\n")
         if output is None:
             self._process = start_process(self._command_line("off"), has_terminal=True)
             return
@@ -102,6 +103,7 @@ def processor():
 
 
 def share_arguments(tag, path, is_read_only):
+    path = str(path).replace(",", ",,")  # as QEMU wants it
     return [
         "-fsdev", f"local,id={tag},path={path},security_model=none,readonly={is_read_only},multidevs=remap",
         "-device", f"virtio-9p-pci,fsdev={tag},mount_tag={tag}",
