@@ -3,6 +3,7 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root" || exit 1
+PATH=$PATH:/usr/sbin:/sbin # depmod and pivot_root are there, where an ordinary user does not look
 
 readonly status_failed=1 status_usage=2 status_packages=3
 
