@@ -7,10 +7,10 @@ import re
 import subprocess
 
 from cache import PROJECT, TESTS
-from processes import start_process, stop_process
+from processes import start_process, stop_process, time_limit
 
 COMPUTER = "Laptop"
-START_LIMIT = 60.0
+START_LIMIT, OBSERVATIONS_LIMIT = 60.0, 600.0
 
 ANSWER_TO_WHO = re.compile(r"Magic Mouse: .*connected")
 
@@ -18,41 +18,51 @@ ANSWER_TO_WHO = re.compile(r"Magic Mouse: .*connected")
 IMITATED = "bookworm"
 
 
+class LabError(Exception):
+    """Nothing can be observed of it, or no more."""
+
+
 class Lab:
     """A world of the lab that stays, and takes orders."""
 
     def __init__(self, program, zolvex, log):
         command = [program, "run", "--latency", "50", "--zolvex", zolvex]
-        self._process = start_process(
+        self.process = start_process(
             command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True
         )
         self._log = log
-        self.world = self._read_world()
+        self.world = None
+
+    def start(self):
+        with time_limit(START_LIMIT, self.process):
+            self.world = self._read_world()
 
     def _read_world(self):
-        for line in self._process.stdout:
+        for line in self.process.stdout:
             self._log.write(line)
             if found := re.search(r"exec --world (\d+)", line):
                 return found.group(1)
-        raise RuntimeError("the lab does not start; see lab.log")
+        raise LabError("the lab does not start")
 
     def order(self, text):
         """Returns when it is obeyed: the question after it is answered then."""
-        self._process.stdin.write(f"{text}\nwho\n")
-        self._process.stdin.flush()
-        for line in self._process.stdout:
+        self.process.stdin.write(f"{text}\nwho\n")
+        self.process.stdin.flush()
+        for line in self.process.stdout:
             self._log.write(line)
             if ANSWER_TO_WHO.search(line):
                 return
+        raise LabError(f"the lab does not obey: {text}")
 
     def stop(self):
-        stop_process(self._process)
+        stop_process(self.process)
 
 
 def observe_lab(bench):
     with (bench.logs / "lab.log").open("a", buffering=1) as log:
         lab = Lab(bench.options.lab, bench.options.zolvex, log)
         try:
+            lab.start()
             return converse(bench, lab, log)
         finally:
             lab.stop()
@@ -66,17 +76,23 @@ def converse(bench, lab, log):
         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=log, text=True,
     )  # fmt: skip
     try:
-        for line in observer.stdout:
-            kind, _, text = line.rstrip("\n").partition(" ")
-            if kind == "RESULTS":
-                return json.loads(text)["results"]
-            if kind == "ORDER":
-                lab.order(text)
-                observer.stdin.write("done\n")
-                observer.stdin.flush()
-        return {}
+        # The observer runs in the lab's world, and ends with it.
+        with time_limit(OBSERVATIONS_LIMIT, lab.process, observer):
+            return results_of(observer, lab)
     finally:
         stop_process(observer)
+
+
+def results_of(observer, lab):
+    for line in observer.stdout:
+        kind, _, text = line.rstrip("\n").partition(" ")
+        if kind == "RESULTS":
+            return json.loads(text)["results"]
+        if kind == "ORDER":
+            lab.order(text)
+            observer.stdin.write("done\n")
+            observer.stdin.flush()
+    raise LabError("the lab's observer has ended early, or was too slow")
 
 
 class Observed:
@@ -121,7 +137,11 @@ def write_report(file, reference, columns):
 def compare(bench, run_machine, say):
     """How many observations were the same in the lab and in the machine, or are not imitated, and how many were not.
     Only the daemon that the lab imitates can fail; the others only have their columns in the report."""
-    lab = Observed("lab", observe_lab(bench))
+    try:
+        lab = Observed("lab", observe_lab(bench))
+    except (LabError, OSError) as error:
+        say(f"FAIL  conformance: {error}; see {bench.logs_name}/lab.log")
+        return 0, 1
     run_machine()
     file = bench.logs / "conformance/observations.json"
     real = Observed(bench.suite, json.loads(file.read_text())["results"] if file.exists() else {})

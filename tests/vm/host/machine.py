@@ -4,11 +4,10 @@ import pathlib
 import shlex
 import shutil
 import subprocess
-import threading
 
 from accelerator import accelerator
 from cache import PROJECT
-from processes import kill_process, start_process, stop_process
+from processes import kill_process, start_process, stop_process, time_limit
 
 SHARE = "/run/vm"  # where the machine sees the shared directory; tests/vm/guest knows it too
 
@@ -59,11 +58,8 @@ class Machine:
 
     def lines(self, limit):
         """Until it ends, which it does at the latest when `limit` seconds are over."""
-        timer = threading.Timer(limit, self._process.kill)
-        timer.daemon = True
-        timer.start()
-        yield from self._process.stdout
-        timer.cancel()
+        with time_limit(limit, self._process):
+            yield from self._process.stdout
 
     def _command_line(self, signals):
         return [

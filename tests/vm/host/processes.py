@@ -2,6 +2,7 @@
 import signal
 import subprocess
 import threading
+from contextlib import contextmanager
 
 STOP_LIMIT = 3.0
 
@@ -45,6 +46,18 @@ def kill_process(process):
     process.wait()
     with _lock:
         _running.discard(process)
+
+
+@contextmanager
+def time_limit(seconds, *processes):
+    """Ends them when the block takes longer: who reads what they write then comes to its end."""
+    timer = threading.Timer(seconds, lambda: [process.kill() for process in processes])
+    timer.daemon = True
+    timer.start()
+    try:
+        yield
+    finally:
+        timer.cancel()
 
 
 def close():
