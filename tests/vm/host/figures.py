@@ -8,6 +8,7 @@ import re
 import statistics
 from datetime import datetime
 
+from counts import Counts
 from handover import Handover
 
 ROUNDS = 10
@@ -113,16 +114,16 @@ class Figures:
 
 
 def run_figures(bench, kernel, say):
-    """How many passed, and how many failed: there is nothing that could fail but the measuring itself."""
+    """There is nothing that could fail but the measuring itself."""
     air = bench.air("handover")
     figures = None
     try:
         figures = Figures(bench, kernel, air, say)
         figures.measure()
-        return 1, 0
+        return Counts(passed=1)
     except (AssertionError, EOFError, OSError, TimeoutError) as error:
         say(f"FAIL  figures: {error}")
-        return 0, 1
+        return Counts(failed=1)
     finally:
         if figures:
             figures.stop()

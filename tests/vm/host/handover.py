@@ -3,6 +3,7 @@ import statistics
 import time
 
 from computer import Computer, wait_until
+from counts import Counts
 
 ROUNDS = 10
 REQUEST_DROPPED = "Peer command already in flight; dropping PLEASE_RELEASE"
@@ -133,7 +134,7 @@ class Handover:
 
 
 def run_handover(bench, kernel, say):
-    """How many parts passed, and how many failed."""
+    """Each part of the story counts."""
     air = bench.air("handover")
     handover = None
     passed = failed = 0
@@ -149,4 +150,4 @@ def run_handover(bench, kernel, say):
         if handover:
             handover.stop()
         air.stop()
-    return passed, failed
+    return Counts(passed, failed)

@@ -4,6 +4,7 @@ from concurrent.futures import ThreadPoolExecutor, as_completed
 
 import processes
 from accelerator import accelerator
+from counts import Counts
 
 
 def lane_count():
@@ -13,16 +14,15 @@ def lane_count():
 
 
 def run_in_lanes(jobs):
-    """Runs the jobs, the first ones first. Each returns how many passed and how many failed; the sums of these."""
-    passed = failed = 0
+    """Runs the jobs, the first ones first. Each returns its Counts; the sum of these."""
+    counts = Counts()
     lanes = ThreadPoolExecutor(lane_count())
     try:
         for future in as_completed([lanes.submit(job) for job in jobs]):
-            more = future.result()
-            passed, failed = passed + more[0], failed + more[1]
+            counts = counts.plus(future.result())
     except BaseException:
         processes.close()
         raise
     finally:
         lanes.shutdown(cancel_futures=True)
-    return passed, failed
+    return counts

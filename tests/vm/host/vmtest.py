@@ -13,6 +13,7 @@ import processes
 from accelerator import choose_accelerator
 from bench import Bench, say, step
 from conformance import compare
+from counts import Counts
 from downloads import DownloadError
 from figures import run_figures
 from handover import run_handover
@@ -62,11 +63,11 @@ def list_scenarios():
 
 
 def run_in_one_machine(bench, kernel, file, names):
-    """How many passed, and how many failed; a machine that dies counts as one failure more."""
+    """A machine that dies counts as one failure more."""
     status = run_single(bench, kernel, file, bench.guest("run.py", *names))
     counts = bench.logs / file / "counts"
     passed, failed = map(int, counts.read_text().split()) if counts.exists() else (0, 0)
-    return passed, failed or int(status != 0)
+    return Counts(passed, failed or int(status != 0))
 
 
 def job(bench, kernel, file, names):
@@ -122,17 +123,17 @@ def run(options):
         if options.shell:
             return run_shell(bench, kernel) or 0
         names = options.names or [name for name in scenario_names() if name not in ONLY_IF_NAMED]
-        passed, failed = run_scenarios(bench, kernel, names)
+        counts = run_scenarios(bench, kernel, names)
         step(f"{time.monotonic() - began:.0f} s; the logs are in {bench.logs_name}")
-        print(f"{passed} passed, {failed} failed, 0 skipped", flush=True)
-        return STATUS_FAILED if failed or not passed else 0
+        print(counts, flush=True)
+        return STATUS_FAILED if counts.failed or not counts.passed else 0
     finally:
         processes.close()
         bench.close()
 
 
 def skipped(why):
-    print(f"\nvm-test: skipped, for {why}\n0 passed, 0 failed, 1 skipped", flush=True)
+    print(f"\nvm-test: skipped, for {why}\n{Counts(skipped=1)}", flush=True)
     return STATUS_SKIPPED
 
 
