@@ -4,6 +4,7 @@ Orders come through the port "orders", one line of JSON each: {"argv": [...], "i
 answer is {"status": number, "output": text, "error": text, "seconds": number}, or {"status": null} when the limit was over. The keys that
 are pressed on Bluetooth keyboards are counted in the shared file "keys".
 """
+import contextlib
 import glob
 import json
 import os
@@ -89,8 +90,9 @@ def count_keys():
     streams = {}
     while True:
         for path in set(glob.glob("/dev/input/event*")) - set(streams):
-            if is_bluetooth(pathlib.Path("/sys/class/input", os.path.basename(path), "device")):
-                streams[path] = os.open(path, os.O_RDONLY | os.O_NONBLOCK)
+            with contextlib.suppress(OSError):  # it may be gone already
+                if is_bluetooth(pathlib.Path("/sys/class/input", os.path.basename(path), "device")):
+                    streams[path] = os.open(path, os.O_RDONLY | os.O_NONBLOCK)
         for path, stream in list(streams.items()):
             if not read_keys(stream):
                 os.close(streams.pop(path))

@@ -98,6 +98,10 @@ class Computer:
     def sees_peer(self):
         return any(peer["isActive"] for peer in self.status().get("registeredPeers", []))
 
+    def has_link(self, device):
+        """What its Bluetooth daemon says."""
+        return "Connected: yes" in self.run("bluetoothctl", "info", device.address)["output"]
+
     def log(self):
         return (self.share / "zolvex.log").read_text()
 
