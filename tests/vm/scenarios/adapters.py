@@ -2,10 +2,7 @@
 import json
 
 from bluez import device_path
-from pump import wait_until
-from world import RunningWorker
-
-BEGIN_LIMIT = 15.0
+from misfortune import begin_connecting
 
 
 def expect_off(world, adapter=None):
@@ -37,17 +34,10 @@ def test_an_adapter_that_is_missing_is_off(world):
     assert len(json.loads(world.worker("listPaired").output)) == 1, "the bond is gone"
 
 
-def begin_connecting(world):
-    world.keyboard.behave("hangs-on-connect")
-    worker = RunningWorker("connect", world.keyboard.address)
-    assert wait_until(lambda: world.keyboard.state()["bond"], BEGIN_LIMIT), "not paired"
-    world.keyboard.behave("normal")
-    return worker
-
-
 def test_an_adapter_switched_off_in_the_middle(world):
-    worker = begin_connecting(world)
+    worker = begin_connecting(world, "hangs-on-connect")
     world.power(False)
+    world.keyboard.behave("normal")
     run = worker.finish()
     assert run.status == 1 and run.error == "Connect failed\n", run
     world.power(True)
@@ -55,8 +45,9 @@ def test_an_adapter_switched_off_in_the_middle(world):
 
 
 def test_an_adapter_unplugged_in_the_middle(world):
-    worker = begin_connecting(world)
+    worker = begin_connecting(world, "hangs-on-connect")
     world.adapters[0].unplug()
+    world.keyboard.behave("normal")
     run = worker.finish()
     assert run.status == 1 and run.error == "Connect failed\n", run
     world.adapters[0].plug_in()
