@@ -59,12 +59,14 @@ class Figures:
         self._seconds = {way: {step: [] for step in STEPS} for way in WAYS}
 
     def measure(self):
+        """Whether a whole hand-over takes no longer than it may."""
         self._handover.switch_on(*self._handover.computers)
         for number in range(ROUNDS):
             self._round(self._handover.computers[number % 2])
         totals = self._report_steps()
-        self._report_parts(totals)
+        holds = self._report_parts(totals)
         self._report_switch(totals)
+        return holds
 
     def _round(self, owner):
         """Nobody has the keyboard before and after it."""
@@ -96,14 +98,16 @@ class Figures:
         return totals
 
     def _report_parts(self, totals):
+        """Whether it holds what is asked for."""
         switches = [switch for computer in self._handover.computers for switch in switches_in(computer.log())]
         self._say(f"a whole hand-over, as the application logs it, {len(switches)} times:")
         for _, what in MOMENTS:
             self._say(f"{what:24} {statistics.median(switch[what] for switch in switches):8.3f} s")
         whole = statistics.median(sum(switch.values()) for switch in switches)
         self._say(f"from click to success {whole:.3f} s: {of_steps(whole, totals)}")
-        verdict = "holds" if whole <= LIMIT * totals[SCRIPTED] else "does not hold"
-        self._say(f"at most {LIMIT} of the scripted steps: {verdict}")
+        holds = whole <= LIMIT * totals[SCRIPTED]
+        self._say(f"{'ok   ' if holds else 'FAIL '} figures: at most {LIMIT} of the scripted steps")
+        return holds
 
     def _report_switch(self, totals):
         whole = statistics.median(self._handover.durations)
@@ -114,13 +118,12 @@ class Figures:
 
 
 def run_figures(bench, kernel, say):
-    """There is nothing that could fail but the measuring itself."""
+    """The one thing that is asked for, of a whole hand-over; the other figures are only told."""
     air = bench.air("handover")
     figures = None
     try:
         figures = Figures(bench, kernel, air, say)
-        figures.measure()
-        return Counts(passed=1)
+        return Counts(passed=1) if figures.measure() else Counts(failed=1)
     except (AssertionError, EOFError, OSError, TimeoutError) as error:
         say(f"FAIL  figures: {error}")
         return Counts(failed=1)
