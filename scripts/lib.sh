@@ -62,18 +62,27 @@ not_installed_of() {
   comm -23 <(echo "$wanted") <(echo "$installed")
 }
 
-# Whether commands can be run as root without asking somebody who is not there.
+# Whether commands can be run as root. Asks for a password once, and nobody who is not there.
 can_sudo() {
   command -v sudo >/dev/null || return 1
-  sudo -n true 2>/dev/null || [[ -t 0 ]]
+  sudo -n true 2>/dev/null || { [[ -t 0 ]] && sudo -v; }
 }
 
+# Without the lock of require_packages: a service that a package starts may outlive us.
 as_root() {
-  if [[ $EUID -eq 0 ]]; then "$@"; else sudo -- "$@"; fi
+  if [[ $EUID -eq 0 ]]; then "$@" 9<&-; else sudo -- "$@" 9<&-; fi
 }
 
+# Some other program may be installing packages just now, for example the system itself its updates: apt-get says so and
+# waits.
 apt_install() {
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"
+  as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends "$@"
+}
+
+# What is known already may do.
+apt_update() {
+  as_root apt-get update || say "Not all package lists could be fetched (see above); going on with those that are there"
 }
 
 # Without package lists, or with lists from before a package existed, names are unknown.
@@ -101,19 +110,31 @@ require_packages() {
     printf 'apt-get update && apt-get install -y --no-install-recommends %s\n\n' "${missing[*]}" >&2
     exit "$status_packages"
   fi
-  apt_knows "${missing[@]}" || as_root apt-get update
-  install_missing_of "$@" && return 0
-  say "Trying once more with fresh package lists"
-  as_root apt-get update
-  install_missing_of "$@" ||
-    fail "installing packages failed (see above)" "mend the package sources, then run this again"
+  exec 9<packaging/debian-packages
+  take_lock 9 "Another script is installing packages; waiting for it"
+  apt_knows "${missing[@]}" || apt_update
+  if ! install_missing_of "$@"; then
+    say "Trying once more with fresh package lists"
+    apt_update
+    install_missing_of "$@" ||
+      fail "installing packages failed (see above)" "mend the package sources or the network, then run this again"
+  fi
+  exec 9<&-
 }
 
-# Asks anew what is missing: only with package lists is it known what this Debian has dropped.
+# Asks anew what is missing: only with package lists is it known what this Debian has dropped, and another script may
+# have installed it meanwhile.
 install_missing_of() {
   local missing
   mapfile -t missing < <(missing_of "$@")
   [[ ${#missing[@]} -eq 0 ]] || apt_install "${missing[@]}"
+}
+
+# take_lock DESCRIPTOR TEXT: locks an open file; says TEXT where that takes waiting.
+take_lock() {
+  flock --nonblock "$1" && return 0
+  say "$2"
+  flock "$1"
 }
 
 # build_preset PRESET [TARGET...]: configures where needed and builds. Another script that builds the same preset is
@@ -123,7 +144,7 @@ build_preset() {
   shift
   mkdir -p build
   exec {lock}>"build/$preset.lock"
-  flock "$lock"
+  take_lock "$lock" "Another script is building the preset $preset; waiting for it"
   [[ $# -eq 0 ]] || arguments=(--target "$@")
   # Without directories in its keys, a file that another preset or checkout compiles alike is taken from there. What a
   # file includes the compiler tells ccache, which would run the preprocessor once more to know.
