@@ -168,6 +168,14 @@ log_file() {
   echo "build/logs/$1.log"
 }
 
+# Only git knows what belongs to the tree.
+require_clone() {
+  local top
+  if ! top=$(git rev-parse --show-toplevel 2>&1) || [[ ! $top -ef $root ]]; then
+    fail "git does not know this tree: $top" "this needs a git clone, not only its files"
+  fi
+}
+
 # Our own C++ files, tracked or new; shell scripts likewise.
 source_files() { git ls-files --cached --others --exclude-standard -- "$@" | sort -u | while read -r f; do [[ ! -e $f ]] || echo "$f"; done; }
 cpp_files() { source_files '*.cpp' '*.h'; }
