@@ -46,6 +46,13 @@ end_inside() {
   wait "$inside" 2>/dev/null || true
 }
 
+# remove_root DIRECTORY: the users in it are others than ours, so that only who is root of them all can remove their files.
+remove_root() {
+  local as_their_root=()
+  [[ $EUID -eq 0 ]] || as_their_root=(unshare --user --map-root-user --map-auto)
+  "${as_their_root[@]}" rm -rf --one-file-system "$1"
+}
+
 # make_root SUITE DIRECTORY PACKAGE...: a bare root with these packages.
 make_root() {
   local suite=$1 target=$2 uri proxy
