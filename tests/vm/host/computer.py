@@ -62,8 +62,16 @@ class Computer:
 
     def _connect(self, orders):
         """False while nobody listens there: the socket exists a little earlier."""
+        if not self._machine.is_running():
+            raise self._ended()
         self._port = socket.socket(socket.AF_UNIX)
-        return self._port.connect_ex(str(orders)) == 0
+        if self._port.connect_ex(str(orders)) == 0:
+            return True
+        self._port.close()
+        return False
+
+    def _ended(self):
+        return EOFError(f"{self.name} has ended; see {self.share}")
 
     def await_ready(self):
         self.adapter = self._read(BOOT_LIMIT)["ready"]
@@ -72,7 +80,7 @@ class Computer:
         self._port.settimeout(limit)
         line = self._answers.readline()
         if not line:
-            raise EOFError(f"{self.name} has ended; see {self.share}")
+            raise self._ended()
         return json.loads(line)
 
     def run(self, *argv, limit=ORDER_LIMIT, text=""):
