@@ -55,11 +55,23 @@ def scenario_names():
     return sorted(path.stem for path in (cache.TESTS / "scenarios").glob("*.py")) + list(HOST_SCENARIOS)
 
 
+def source_of(name):
+    folder = "host" if name in HOST_SCENARIOS else "scenarios"
+    return ast.parse((cache.TESTS / folder / f"{name}.py").read_text())
+
+
 def list_scenarios():
     for name in scenario_names():
-        folder = "host" if name in HOST_SCENARIOS else "scenarios"
-        file = cache.TESTS / folder / f"{name}.py"
-        print(f"{name:14} {ast.get_docstring(ast.parse(file.read_text())).splitlines()[0]}")
+        print(f"{name:14} {ast.get_docstring(source_of(name)).splitlines()[0]}")
+
+
+def is_scenario(name):
+    """Also one part of one, of those that have parts to choose."""
+    file, dot, part = name.partition(".")
+    if file not in scenario_names():
+        return False
+    parts = [item.name for item in source_of(file).body if isinstance(item, ast.FunctionDef)]
+    return not dot or file not in HOST_SCENARIOS and part.startswith("test_") and part in parts
 
 
 def run_in_one_machine(bench, kernel, file, names):
@@ -97,20 +109,36 @@ def absolute(path):
 
 
 def parse(arguments):
-    parser = argparse.ArgumentParser(prog="scripts/vm-test")
+    usage = "scripts/vm-test [OPTION...] [NAME...]; see scripts/vm-test --help"
+    parser = argparse.ArgumentParser(prog="vm-test", usage=usage, add_help=False)
     parser.add_argument("names", nargs="*")
     parser.add_argument("--shell", action="store_true")
     parser.add_argument("--list", action="store_true")
+    parser.add_argument("--only-check", action="store_true")  # of the arguments, before anything is built
     parser.add_argument("--suite", choices=("trixie", "sid"))
     parser.add_argument("--build", type=absolute, default=cache.PROJECT / "build/dev")
     parser.add_argument("--zolvex", type=absolute)
     parser.add_argument("--lab", type=absolute)
     parser.add_argument("--zolvexctl", type=absolute)
     options = parser.parse_args(arguments)
+    for name in options.names:
+        if not is_scenario(name):
+            parser.error(f"there is no scenario {name}; --list names them")
     options.zolvex = options.zolvex or options.build / "src/app/zolvex"
     options.lab = options.lab or options.build / "lab/zolvex-lab"
     options.zolvexctl = options.zolvexctl or options.build / "src/control/zolvexctl"
+    options.names = options.names or [name for name in scenario_names() if name not in ONLY_IF_NAMED]
     return options
+
+
+def missing_programs(options):
+    """A build makes them all, but --zolvex takes its place."""
+    needed = {options.lab} if CONFORMANCE in options.names else set()
+    if CONFORMANCE in options.names or not options.suite:
+        needed.add(options.zolvex)
+    if {HANDOVER, FIGURES} & set(options.names) and not options.suite:
+        needed.add(options.zolvexctl)
+    return sorted(str(program) for program in needed if not program.exists())
 
 
 def run(options):
@@ -122,8 +150,7 @@ def run(options):
             return skipped("no kernel that can be downloaded here passes the self-check")
         if options.shell:
             return run_shell(bench, kernel) or 0
-        names = options.names or [name for name in scenario_names() if name not in ONLY_IF_NAMED]
-        counts = run_scenarios(bench, kernel, names)
+        counts = run_scenarios(bench, kernel, options.names)
         step(f"{time.monotonic() - began:.0f} s; the logs are in {bench.logs_name}")
         print(counts, flush=True)
         return STATUS_FAILED if counts.failed or not counts.passed else 0
@@ -142,6 +169,11 @@ def main():
     if options.list:
         list_scenarios()
         return 0
+    if options.only_check:
+        return 0
+    if not options.shell and (missing := missing_programs(options)):
+        print(f"vm-test: these programs are missing; build them first: {', '.join(missing)}", file=sys.stderr)
+        return STATUS_FAILED
     # Either ends like Ctrl-C, also where a shell has begun us in the background: everything is stopped on the way out.
     for number in (signal.SIGINT, signal.SIGTERM):
         signal.signal(number, signal.default_int_handler)
