@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 #include <cstdio>
 #include <cstdlib>
@@ -29,7 +30,6 @@ int say(const QString& text, int status) {
   return status;
 }
 
-/// The program beside this one, as installed, or else where the build puts it.
 /// Paths of the programs that take part.
 struct Programs {
   QString lab;
@@ -42,6 +42,7 @@ QString ownPath() {
   return QFileInfo(u"/proc/self/exe"_s).symLinkTarget();
 }
 
+/// The program beside this one, as installed, or else where the build puts it.
 QString findZolvex(const QString& asked, const QString& program) {
   if (!asked.isEmpty()) return QFileInfo(asked).absoluteFilePath();
   const auto here = QFileInfo(program).dir();
@@ -69,16 +70,24 @@ QString findZolvexctl(const QString& zolvex) {
   return u"zolvexctl"_s;
 }
 
+/// As a shell takes it for one word.
+QString quoted(const QString& path) {
+  static const QRegularExpression plain(QRegularExpression::anchoredPattern(u"[\\w./+:@%,-]+"_s));
+  if (plain.match(path).hasMatch()) return path;
+  return u'\'' + QString(path).replace(u'\'', u"'\\''"_s) + u'\'';
+}
+
 void explainHowToLookIn(const World& world, const Programs& programs) {
-  const auto control = findZolvexctl(programs.zolvex);
+  const auto lab = quoted(programs.lab);
+  const auto control = quoted(findZolvexctl(programs.zolvex));
   say(u"\nThe world stays until Ctrl-C. From another terminal:\n"_s, EXIT_SUCCESS);
   for (const auto& desktop : world.desktops())
     for (const auto* command : {"status", "switch --wait", "watch"})
-      say(u"  %1 exec --world %2 %3 -- %4 %5\n"_s.arg(programs.lab, QString::fromStdString(Sandbox::outerProcessId()),
+      say(u"  %1 exec --world %2 %3 -- %4 %5\n"_s.arg(lab, QString::fromStdString(Sandbox::outerProcessId()),
                                                       desktop->name(), control, QLatin1String(command)),
           EXIT_SUCCESS);
   for (const auto* act : {"lock", "unlock", "sleep", "wake"})
-    say(u"  %1 ctl --world %2 Laptop %3\n"_s.arg(programs.lab, QString::fromStdString(Sandbox::outerProcessId()),
+    say(u"  %1 ctl --world %2 Laptop %3\n"_s.arg(lab, QString::fromStdString(Sandbox::outerProcessId()),
                                                  QLatin1String(act)),
         EXIT_SUCCESS);
   say(u"\n"_s, EXIT_SUCCESS);

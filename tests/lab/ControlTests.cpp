@@ -1,6 +1,8 @@
 #include "lab/EventWait.h"
 #include "lab/LabProgram.h"
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -151,22 +153,42 @@ TEST_F(LabControl, consoleTakesFaultsOfThoseWhoAreThere) {
   EXPECT_TRUE(prints(u"lab      Magic Mouse: Laptop, not connected"_s));
 }
 
+/// As they are printed, wherever the programs are.
+TEST_F(LabProgram, commandsThatAWorldNamesCanBePasted) {
+  QDir place(directory_.filePath(u"somebody's lab"_s));
+  const auto program = place.filePath(u"zolvex-lab"_s);
+  ASSERT_TRUE(place.mkpath(u"."_s) && QFile::copy(QStringLiteral(ZOLVEX_LAB_PROGRAM), program));
+  const auto script =
+      uR"sh(: > "$TMPDIR/log"
+"$0" run --zolvex "$1" > "$TMPDIR/log" < /dev/null & world=$!
+until grep -q 'Laptop lock' "$TMPDIR/log"; do kill -0 $world || exit 1; sleep 0.05; done
+sh -c "$(grep -m 1 'Laptop lock' "$TMPDIR/log")"
+sh -c "$(grep -m 1 'Laptop -- .*status' "$TMPDIR/log")" | sed -n 's,^Transport: *,,p'
+kill $world; wait $world; rm "$TMPDIR/log")sh"_s;
+  const auto run = runProgram({.program = u"sh"_s,
+                               .arguments = {u"-c"_s, script, program, QStringLiteral(ZOLVEX_PROGRAM)},
+                               .environment = environment_,
+                               .limit = limit});
+  EXPECT_EQ(run.output, "Laptop is locked\nbonjour\n") << run.error.toStdString();
+  place.removeRecursively();
+  EXPECT_TRUE(leftNothingBehind());
+}
+
 /// In a process namespace of its own, where no other world is to be seen.
 TEST_F(LabProgram, onlyWorldThatRunsNeedsNoName) {
   const QStringList alone{u"-Urpf"_s, u"--mount-proc"_s};
   if (QProcess::execute(u"unshare"_s, alone + QStringList{u"true"_s}) != 0) GTEST_SKIP() << "/proc cannot be mounted";
   const auto script =
-      uR"(lab=%1 log=$TMPDIR/log
-$lab ctl Laptop lock
-: > $log
-$lab run --zolvex %2 > $log < /dev/null & world=$!
-until grep -q 'The world stays' $log; do kill -0 $world || exit 1; sleep 0.05; done
-$lab ctl Laptop lock
-kill $world; wait $world; rm $log)"_s.arg(QStringLiteral(ZOLVEX_LAB_PROGRAM), QStringLiteral(ZOLVEX_PROGRAM));
-  const auto run = runProgram({.program = u"unshare"_s,
-                               .arguments = alone + QStringList{u"sh"_s, u"-c"_s, script},
-                               .environment = environment_,
-                               .limit = limit});
+      uR"sh("$0" ctl Laptop lock
+: > "$TMPDIR/log"
+"$0" run --zolvex "$1" > "$TMPDIR/log" < /dev/null & world=$!
+until grep -q 'The world stays' "$TMPDIR/log"; do kill -0 $world || exit 1; sleep 0.05; done
+"$0" ctl Laptop lock
+kill $world; wait $world; rm "$TMPDIR/log")sh"_s;
+  const QStringList command{u"sh"_s, u"-c"_s, script, QStringLiteral(ZOLVEX_LAB_PROGRAM),
+                            QStringLiteral(ZOLVEX_PROGRAM)};
+  const auto run =
+      runProgram({.program = u"unshare"_s, .arguments = alone + command, .environment = environment_, .limit = limit});
   EXPECT_EQ(run.output, "Laptop is locked\n");
   EXPECT_EQ(run.error, "zolvex-lab: no world is running; \"zolvex-lab run\" makes one\n");
   EXPECT_TRUE(leftNothingBehind());
