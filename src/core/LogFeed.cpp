@@ -11,7 +11,7 @@ LogFeed::LogFeed(MainQueue& mainQueue, std::vector<std::string_view> categories)
 }
 
 LogFeed::~LogFeed() {
-  setLogSink(std::move(previous_));
+  setLogSink(previous_);  // a copy: another thread may be using it until the sink is replaced
 }
 
 void LogFeed::pass(const LogRecord& record) const {

@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace zolvex::test {
@@ -48,6 +50,21 @@ TEST_F(LogFeedTest, afterItsEndLinesGoWhereTheyWentBefore) {
   time.runUntilIdle();
   EXPECT_TRUE(told.empty());
   EXPECT_EQ(log.lines(), (Lines{"one", "two"}));
+}
+
+TEST_F(LogFeedTest, linesThatAnotherThreadWritesDuringItsEndAreNotLost) {
+  constexpr int lines = 5'000;
+  std::promise<void> begun;
+  std::thread writer([&begun] {
+    for (int i = 0; i < lines; ++i) {
+      Logger("Other").info("line");
+      if (i == 0) begun.set_value();
+    }
+  });
+  begun.get_future().wait();
+  feed.reset();
+  writer.join();
+  EXPECT_EQ(log.count("line"), lines);
 }
 
 }  // namespace
