@@ -47,11 +47,11 @@ const nlohmann::json* optionalField(const nlohmann::json& record, const char* ke
 }
 
 std::uint16_t portOf(const nlohmann::json& value) {
-  // Asked for its kind first: a fraction beyond the range of integers must not be converted to one.
-  const auto number =
-      value.is_number_unsigned() ? value.get<std::uint64_t>() : std::numeric_limits<std::uint64_t>::max();
-  if (number > std::numeric_limits<std::uint16_t>::max())
-    throw nlohmann::json::other_error::create(501, "port out of range", &value);
+  // Not as an integer, because a whole number may have been written as 8080.0.
+  const auto number = value.is_number() ? value.get<double>() : std::nan("");
+  const auto isPort =
+      number >= 0 && number <= std::numeric_limits<std::uint16_t>::max() && number == std::trunc(number);
+  if (!isPort) throw nlohmann::json::other_error::create(501, "port out of range", &value);
   return static_cast<std::uint16_t>(number);
 }
 
