@@ -127,9 +127,18 @@ void NetworkDeviceStore::replyPleaseRelease(bool succeeded, ReplyChannel& channe
 
 void NetworkDeviceStore::registerPeer(const NetworkDevice& device) {
   const auto registered = device;  // may be an element of the list that is about to change
+  const auto* before = registeredPeer();
+  const auto replacesAnother = before && before->id != registered.id;
   networkDevices_ = std::vector{registered};
   forgetDiscovered(registered.id);
   save();
+  if (replacesAnother) discoverAgain();  // the other one, so that it can be chosen again
+}
+
+/// Lists whoever is to be seen and is not the registered peer.
+void NetworkDeviceStore::discoverAgain() {
+  if (runningTransport_) runningTransport_->reportDiscoveredAgain();
+  if (const auto* peer = registeredPeer()) forgetDiscovered(std::string(peer->id));
 }
 
 void NetworkDeviceStore::forgetDiscovered(const std::string& id) {
@@ -146,7 +155,7 @@ void NetworkDeviceStore::removePeer() {
   std::erase_if(remaining, withId(id));
   networkDevices_ = std::move(remaining);
   save();
-  if (runningTransport_) runningTransport_->reportDiscoveredAgain();  // so that it can be added again
+  discoverAgain();  // so that it can be added again
 }
 
 void NetworkDeviceStore::setTransportMode(std::string_view mode) {
@@ -179,8 +188,7 @@ void NetworkDeviceStore::followSettings() {
 void NetworkDeviceStore::followPeer() {
   logger.info("The peer was changed in the settings");
   load();
-  if (const auto* peer = registeredPeer()) forgetDiscovered(std::string(peer->id));
-  if (runningTransport_) runningTransport_->reportDiscoveredAgain();  // of who is no peer any more
+  discoverAgain();  // who is no peer any more
 }
 
 void NetworkDeviceStore::followMode() {

@@ -98,6 +98,7 @@ class NetworkDeviceStore final : private PeerTransportDelegate {
   void followPeer();
   void followMode();
   void forgetWhatWasSeen();
+  void discoverAgain();
   void forgetDiscovered(const std::string& id);
   void scheduleHealthCheck(Seconds delay);
   void checkHealth();

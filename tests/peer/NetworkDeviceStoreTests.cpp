@@ -239,6 +239,25 @@ TEST_F(NetworkDeviceStoreTest, registeringReplacesThePeerAndTakesItOffTheDiscove
   EXPECT_EQ(saved(), world.network().networkDevices());
 }
 
+TEST_F(NetworkDeviceStoreTest, aPeerThatIsReplacedCanBeChosenAgain) {
+  const auto seen = [this](const std::string& id) {
+    return NetworkDevice{id, id, "192.0.2.9", std::uint16_t{99}, world.time.now(), true, world.time.now()};
+  };
+  for (const auto* id : {"ABC123", "DEF456"}) world.peer.discover(seen(id));
+  world.network().registerPeer(seen("DEF456"));
+  EXPECT_EQ(peer().id, "DEF456");
+  EXPECT_EQ(world.network().discoveredNetworkDevices(), std::vector{seen("ABC123")});
+  EXPECT_EQ(saved(), world.network().networkDevices());
+  world.network().registerPeer(seen("ABC123"));
+  EXPECT_EQ(peer().id, "ABC123");
+  EXPECT_EQ(world.network().discoveredNetworkDevices(), std::vector{seen("DEF456")});
+}
+
+TEST_F(NetworkDeviceStoreTest, registeringTheSamePeerOnceMoreNeedsNoNewReport) {
+  world.network().registerPeer(peer());
+  EXPECT_EQ(world.peer.reportsAsked, 0);
+}
+
 TEST_F(NetworkDeviceStoreTest, aRemovedPeerIsForgottenAndCanBeFoundAgain) {
   world.network().removePeer();
   EXPECT_EQ(world.network().registeredPeer(), nullptr);

@@ -35,8 +35,15 @@ class FakePeerTransport final : public PeerTransport {
     if (delegate_) delegate_->peerTransportReceived(text, channel);
     return channel;
   }
-  void discover(const NetworkDevice& device) { delegate_->peerTransportDiscovered(device); }
-  void lose(const std::string& id) { delegate_->peerTransportLost(id); }
+  void discover(const NetworkDevice& device) {
+    forget(device.id);
+    seen_.push_back(device);
+    delegate_->peerTransportDiscovered(device);
+  }
+  void lose(const std::string& id) {
+    forget(id);
+    delegate_->peerTransportLost(id);
+  }
 
   /// Completes the oldest request that has had no answer.
   void complete(const PeerReply& reply) {
@@ -53,7 +60,10 @@ class FakePeerTransport final : public PeerTransport {
     delegate_ = &delegate;
     ++starts;
   }
-  void stop() override { delegate_ = nullptr; }
+  void stop() override {
+    delegate_ = nullptr;
+    seen_.clear();
+  }
   void send(const NetworkDevice& peer, DeviceCommand command, Completion completion) override {
     sent.push_back(command);
     sentTo.push_back(peer);
@@ -68,11 +78,19 @@ class FakePeerTransport final : public PeerTransport {
   void timeOutRequests() override {
     while (!waiting_.empty()) complete(PeerReply::failed("timeout"));
   }
-  void reportDiscoveredAgain() override { ++reportsAsked; }
+  void reportDiscoveredAgain() override {
+    ++reportsAsked;
+    for (const auto& device : seen_) delegate_->peerTransportDiscovered(device);
+  }
 
  private:
+  void forget(const std::string& id) {
+    std::erase_if(seen_, [&id](const NetworkDevice& device) { return device.id == id; });
+  }
+
   VirtualTime& time_;
   PeerTransportDelegate* delegate_ = nullptr;
+  std::vector<NetworkDevice> seen_;  // now
   std::vector<Completion> waiting_;
   std::vector<WorkItem> pending_;
 };
