@@ -104,8 +104,11 @@ void AvahiBrowser::leaveOut() {
 void AvahiBrowser::itemRemove(const Item& item) {
   const auto found = services_.find(item.name);
   if (found == services_.end()) return;
-  found->second.places.erase(item.place);
-  if (found->second.places.empty()) remove(item.name);
+  auto& sighting = found->second;
+  const auto hasLeft = sighting.places.erase(item.place) != 0;
+  if (sighting.places.empty()) return remove(item.name);
+  // What it resolved to may have been there only.
+  if (hasLeft && sighting.resolver) startResolving(item.name, sighting);
 }
 
 /// The daemon has told what it knew and what was answered at once: what it knew when we browsed before and has not

@@ -44,7 +44,8 @@ AvahiResolver::AvahiResolver(AvahiDaemon& daemon, Service service, Seconds limit
 
 void AvahiResolver::lookUp() {
   limit_.start(limitOfOneTry_);
-  for (const int protocol : {avahi::ipv4, avahi::ipv6}) begin(protocol);
+  for (const int protocol : {avahi::ipv4, avahi::ipv6})
+    if (!lookups_.at(static_cast<std::size_t>(protocol)).address) begin(protocol);
 }
 
 /// Each family's address is asked for over that family: a daemon as it comes does not publish IPv4 addresses over IPv6
@@ -72,9 +73,13 @@ void AvahiResolver::found(Lookup& lookup, const QVariantList& arguments) {
   settle();
 }
 
-/// Nothing (any more) for this address family.
+/// Nothing (any more) for this address family. When there never was anything the look-up is left open: most services
+/// have no address of the one family or the other.
 void AvahiResolver::lost(Lookup& lookup) {
-  lookup.address.reset();
+  if (std::exchange(lookup.address, std::nullopt)) {
+    lookup.object.reset();
+    lookUpAgainLater();
+  }
   report();
 }
 
@@ -84,6 +89,10 @@ void AvahiResolver::settle() {
 }
 
 void AvahiResolver::report() {
+  if (!isAnythingFound()) return lastReport_.reset();
+  limit_.stop();
+  ipv4Wait_.stop();
+  nextPause_ = firstPause;
   Report now;
   for (const auto& lookup : lookups_) {
     if (!lookup.address) continue;
@@ -91,18 +100,25 @@ void AvahiResolver::report() {
     now.first.push_back(*lookup.address);
   }
   std::stable_partition(now.first.begin(), now.first.end(), [](const auto& address) { return !isLinkLocal(address); });
-  if (now.first.empty() || now == lastReport_) return;
-  limit_.stop();
-  ipv4Wait_.stop();
+  if (now == lastReport_) return;
   lastReport_ = now;
   resolved_(now.first, now.second);
 }
 
 void AvahiResolver::limitReached() {
-  if (ipv4Wait_.isActive()) return report();
+  if (isAnythingFound()) return report();
   for (auto& lookup : lookups_) lookup.object.reset();
+  lookUpAgainLater();
+}
+
+void AvahiResolver::lookUpAgainLater() {
+  if (pause_.isActive()) return;
   pause_.start(nextPause_);
   nextPause_ = std::min(nextPause_ * 2, longestPause);
+}
+
+bool AvahiResolver::isAnythingFound() const {
+  return std::any_of(lookups_.begin(), lookups_.end(), [](const auto& lookup) { return lookup.address.has_value(); });
 }
 
 }  // namespace zolvex

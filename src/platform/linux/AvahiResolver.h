@@ -24,6 +24,8 @@ class AvahiDaemon;
 /// Looks one service up, for both address families at once, and stays to tell when its address or port changes.
 /// An IPv4 address is reported at once; with only an IPv6 one it waits a moment for the other. What is not found
 /// within the limit is looked up again after a pause, which grows from try to try: the service is still announced.
+/// So is an address that was there and went, because the daemon looks only where it found the first one: on another
+/// interface the service may be there yet.
 /// Owned by the browser, for as long as the service is there and the daemon runs. Main thread.
 class AvahiResolver {
  public:
@@ -56,13 +58,15 @@ class AvahiResolver {
   void settle();
   void report();
   void limitReached();
+  void lookUpAgainLater();
+  bool isAnythingFound() const;
 
   AvahiDaemon& daemon_;
   const Service service_;
   const std::chrono::milliseconds limitOfOneTry_;
   const Resolved resolved_;
-  std::array<Lookup, 2> lookups_;  // by address protocol
-  std::optional<Report> lastReport_;
+  std::array<Lookup, 2> lookups_;     // by address protocol
+  std::optional<Report> lastReport_;  // none while nothing is found
   QTimer limit_;
   QTimer ipv4Wait_;
   QTimer pause_;

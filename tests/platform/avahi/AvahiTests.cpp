@@ -103,13 +103,17 @@ struct Computer {
 
   /// The TXT record of a service as the network shows it, in one text.
   std::string txtRecordOf(const QString& name) const {
+    return qdbus_cast<QByteArrayList>(resolved(name).arguments().value(9)).join(';').toStdString();
+  }
+
+  /// What the daemon says of a service, seen over that interface.
+  QDBusMessage resolved(const QString& name, int interface = -1) const {
     constexpr int any = -1;
     constexpr uint noFlags = 0;
     auto message = QDBusMessage::createMethodCall(u"org.freedesktop.Avahi"_s, u"/"_s, u"org.freedesktop.Avahi.Server"_s,
                                                   u"ResolveService"_s);
-    message.setArguments({any, any, name, u"_zolvex._tcp"_s, u"local"_s, any, noFlags});
-    const auto entries = qdbus_cast<QByteArrayList>(link.connection().call(message).arguments().value(9));
-    return entries.join(';').toStdString();
+    message.setArguments({interface, any, name, u"_zolvex._tcp"_s, u"local"_s, any, noFlags});
+    return link.connection().call(message);
   }
 
   BusLink link;
@@ -236,6 +240,31 @@ TEST_F(AvahiTest, serviceIsRemovedWithItsNetworkAndFoundAgain) {
   ASSERT_TRUE(runUntil([&] { return !studio->ears.removed.empty(); }));
   world.plug();
   EXPECT_TRUE(runUntil([&] { return studio->ears.found.size() == 2; }));
+}
+
+TEST_F(AvahiTest, serviceThatLosesOneOfTwoCablesIsReachedOverTheOther) {
+  publishAndFind();
+  world.plug(test::AvahiWorld::spareCable);
+  ASSERT_TRUE(runUntil([&] {
+    const auto answer = studio->resolved(u"Zolvex-ABC123"_s, test::AvahiWorld::spareInterface);
+    return answer.type() == QDBusMessage::ReplyMessage;
+  }));
+  ASSERT_EQ(studio->ears.addresses.front(), "10.77.0.2");
+  world.unplug();
+  EXPECT_TRUE(runUntil([&] { return studio->ears.addresses.front() == "10.78.0.2"; }));
+  EXPECT_THAT(studio->ears.removed, IsEmpty());
+}
+
+TEST_F(AvahiTest, newPortOfAComputerThatLostItsPowerIsReported) {
+  publishAndFind();
+  test::LogCapture log;
+  log.expectError("lost the Avahi daemon, waiting for it");
+  world.killDaemon(1);
+  ASSERT_TRUE(runUntil([&] { return !laptop->daemon.isRunning(); }));
+  laptop->publish("Zolvex-ABC123", 4712);
+  world.startDaemon(1);
+  EXPECT_TRUE(runUntil([&] { return studio->ears.ports["Zolvex-ABC123"] == 4712; }));
+  EXPECT_THAT(studio->ears.removed, IsEmpty());
 }
 
 TEST_F(AvahiTest, nameTakenOnTheNetworkIsFollowedByAnother) {

@@ -1,9 +1,11 @@
 #!/bin/sh
-# Two computers with one network cable between them, in namespaces of their own; each gets an avahi-daemon.
+# Two computers with two network cables between them, of which one is plugged in, in namespaces of their own; each gets
+# an avahi-daemon.
 # Run as: unshare --net --mount --pid --fork --mount-proc --kill-child avahi-world.sh BUS0 BUS1
 # and by an ordinary user with --user --map-current-user --keep-caps, too: the buses are outside and must see the user
 # that they know.
-# Commands on standard input: "start N", "stop N", "hang N", "resume N", "unplug", "plug". Each is answered with a line "done".
+# Commands on standard input: "start N", "stop N", "kill N", "hang N", "resume N" for the daemon of computer N,
+# "unplug N", "plug N" for cable N. Each is answered with a line "done".
 # Everything ends with this script.
 set -eu
 
@@ -25,7 +27,7 @@ for n in 0 1; do
   cat > "/run/avahi-$n.conf" << CONFIGURATION
 [server]
 host-name=computer$n
-allow-interfaces=cable$n
+allow-interfaces=cable$n,spare$n
 enable-dbus=yes
 use-ipv4=yes
 use-ipv6=yes
@@ -51,6 +53,14 @@ ip link set cable0 up
 in_other ip addr add 10.77.0.2/24 dev cable1
 in_other ip link set cable1 up
 
+# The tests know its interfaces by their number.
+ip link add spare0 index 77 type veth peer name spare1 netns "$other"
+echo 0 > /proc/sys/net/ipv6/conf/spare0/accept_dad || true
+in_other sh -c 'echo 0 > /proc/sys/net/ipv6/conf/spare1/accept_dad || true'
+ip addr add 10.78.0.1/24 dev spare0
+in_other ip addr add 10.78.0.2/24 dev spare1
+in_other ip link set spare1 up
+
 start_daemon() {
   case $1 in
     0)
@@ -73,9 +83,16 @@ choose_daemon() {
   esac
 }
 
+choose_cable() {
+  case $1 in
+    0) cable=cable0 ;;
+    1) cable=spare0 ;;
+  esac
+}
+
 stop_daemon() {
   choose_daemon "$1"
-  kill "$pid" || true # it may have ended with its bus
+  kill -"$2" "$pid" || true # it may have ended with its bus
   wait "$pid" || true
 }
 
@@ -83,11 +100,12 @@ echo ready
 while read -r command argument; do
   case $command in
     start) start_daemon "$argument" ;;
-    stop) stop_daemon "$argument" ;;
+    stop) stop_daemon "$argument" TERM ;;
+    kill) stop_daemon "$argument" KILL ;;
     hang) choose_daemon "$argument" && kill -STOP "$pid" ;;
     resume) choose_daemon "$argument" && kill -CONT "$pid" ;;
-    unplug) ip link set cable0 down ;;
-    plug) ip link set cable0 up ;;
+    unplug) choose_cable "$argument" && ip link set "$cable" down ;;
+    plug) choose_cable "$argument" && ip link set "$cable" up ;;
   esac
   echo 'done'
 done
