@@ -61,8 +61,8 @@ bool BonjourTransport::startListener(PeerTransportDelegate& delegate) {
 
 void BonjourTransport::publish(std::uint16_t port) {
   const auto identity = peerIdentity(defaults_);
-  publisherDelegate_.emplace([this](const std::string& name) {
-    if (browserDelegate_) browserDelegate_->ownServicePublished(name);
+  publisherDelegate_.emplace([this](const std::optional<std::string>& name) {
+    if (browserDelegate_) browserDelegate_->setOwnName(name);
   });
   publisher_.publish({peerServiceName(identity), std::string(peerProtocol::serviceType),
                       std::string(peerProtocol::serviceDomain), port, txtRecord()},

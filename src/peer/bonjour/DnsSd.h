@@ -18,6 +18,10 @@ class ServicePublicationListener {
   /// Established under `name`: the wanted one, or another when that one was taken on the network.
   virtual void servicePublished(const std::string& name) = 0;
   virtual void servicePublicationFailed(const std::string& error) = 0;
+
+  /// It is no longer there: the system's DNS-SD service went away, or somebody else has the name. Another attempt
+  /// follows, if only when the DNS-SD service is back.
+  virtual void servicePublicationLost() = 0;
 };
 
 /// Publishes one DNS-SD service. Main thread.

@@ -35,11 +35,18 @@ ServiceBrowserDelegate::ServiceBrowserDelegate(ServiceBrowser& browser, const Ma
                                                PeerTransportDelegate& store)
     : browser_(browser), mainQueue_(mainQueue), store_(store) {}
 
-void ServiceBrowserDelegate::ownServicePublished(const std::string& name) {
+void ServiceBrowserDelegate::setOwnName(const std::optional<std::string>& name) {
   ownName_ = name;
-  serviceIDsByName_.erase(name);  // when the two computers have swapped names
+  if (!name) return;
+  takeOver(*name);
   for (const auto& [found, service] : services_)
     if (!service.host && !mayBeOwn(found, service)) browser_.resolve(found, resolveLimit);
+}
+
+/// Whoever had the name before us has it no longer: the two computers have swapped names, or the other one has gone.
+void ServiceBrowserDelegate::takeOver(const std::string& name) {
+  if (const auto own = services_.find(name); own != services_.end()) own->second.host.reset();
+  if (const auto known = serviceIDsByName_.extract(name)) reportGone(known.mapped());
 }
 
 void ServiceBrowserDelegate::reportDiscoveredAgain() {
@@ -80,7 +87,11 @@ void ServiceBrowserDelegate::serviceRemoved(const std::string& name) {
   logger.info("Service removed: {}", escapedForLog(name));
   services_.erase(name);
   const auto known = serviceIDsByName_.extract(name);
-  const auto id = known ? known.mapped() : name;
+  reportGone(known ? known.mapped() : name);
+}
+
+/// A service with this id is gone.
+void ServiceBrowserDelegate::reportGone(const std::string& id) {
   const auto namesake = std::find_if(serviceIDsByName_.begin(), serviceIDsByName_.end(),
                                      [&id](const auto& entry) { return entry.second == id; });
   if (namesake == serviceIDsByName_.end()) return store_.peerTransportLost(id);

@@ -18,9 +18,9 @@ std::optional<std::string> peerIdFromServiceName(std::string_view name);
 
 /// Turns the services on the network into peer records: a found service is resolved, a resolved one becomes a record
 /// for the registry, a removed one is reported as lost unless another one has the same id. Our own service shows up
-/// among them and is left out: it is the one with the name we got, of which there is only one on the network. Until we
-/// have got a name, services that this computer seems to publish wait: one of another computer looks like that, too,
-/// while we still contend for its name.
+/// among them and is left out: it is the one with the name we got, of which there is only one on the network. While we
+/// have no name, services that this computer seems to publish wait: one of another computer looks like that, too, while
+/// we still contend for its name.
 /// Owned by the transport, one for each start. Main thread.
 class ServiceBrowserDelegate final : public ServiceBrowserListener {
  public:
@@ -28,8 +28,8 @@ class ServiceBrowserDelegate final : public ServiceBrowserListener {
 
   ServiceBrowserDelegate(ServiceBrowser& browser, const MainQueue& mainQueue, PeerTransportDelegate& store);
 
-  /// The name under which our own service is on the network.
-  void ownServicePublished(const std::string& name);
+  /// The name under which our own service is on the network; none while it is not.
+  void setOwnName(const std::optional<std::string>& name);
 
   void reportDiscoveredAgain();
 
@@ -44,6 +44,8 @@ class ServiceBrowserDelegate final : public ServiceBrowserListener {
     std::uint16_t port = 0;
   };
 
+  void takeOver(const std::string& name);
+  void reportGone(const std::string& id);
   bool mayBeOwn(const std::string& name, const Service& service) const;
   void report(const std::string& id, const Service& service);
 

@@ -13,16 +13,20 @@ constexpr Logger logger("Bonjour");
 
 }  // namespace
 
-ServicePublisherDelegate::ServicePublisherDelegate(std::function<void(const std::string&)> published)
-    : published_(std::move(published)) {}
+ServicePublisherDelegate::ServicePublisherDelegate(NameHandler nameChanged) : nameChanged_(std::move(nameChanged)) {}
 
 void ServicePublisherDelegate::servicePublished(const std::string& name) {
   logger.info("Service published: {}", escapedForLog(name));
-  published_(name);
+  nameChanged_(name);
 }
 
 void ServicePublisherDelegate::servicePublicationFailed(const std::string& error) {
   logger.error("Publish failed: {}", escapedForLog(error));
+  nameChanged_(std::nullopt);
+}
+
+void ServicePublisherDelegate::servicePublicationLost() {
+  nameChanged_(std::nullopt);
 }
 
 }  // namespace zolvex

@@ -44,7 +44,7 @@ QByteArrayList txtOf(const std::map<std::string, std::string>& record) {
 AvahiPublisher::AvahiPublisher(AvahiDaemon& daemon)
     : daemon_(daemon),
       started_(daemon.started.observe([this] { begin(); })),
-      ended_(daemon.ended.observe([this] { group_.reset(); })) {
+      ended_(daemon.ended.observe([this] { daemonEnded(); })) {
   qDBusRegisterMetaType<QByteArrayList>();
 }
 
@@ -114,8 +114,10 @@ void AvahiPublisher::commit() {
 
 void AvahiPublisher::stateChanged(int state, const QString& error) {
   if (state == groupEstablished) listener_->servicePublished(currentName());
-  if (state == groupCollision) tryNextName();
   if (state == groupFailure) failed(error);
+  if (state != groupCollision) return;
+  listener_->servicePublicationLost();
+  tryNextName();
 }
 
 void AvahiPublisher::tryNextName() {
@@ -128,6 +130,10 @@ void AvahiPublisher::tryNextName() {
 void AvahiPublisher::failed(const QString& error) {
   group_.reset();
   listener_->servicePublicationFailed(error.toStdString());
+}
+
+void AvahiPublisher::daemonEnded() {
+  if (std::exchange(group_, nullptr)) listener_->servicePublicationLost();
 }
 
 std::string AvahiPublisher::currentName() const {

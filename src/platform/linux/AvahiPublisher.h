@@ -39,6 +39,7 @@ class AvahiPublisher final : public ServicePublisher {
   void stateChanged(int state, const QString& error);
   void tryNextName();
   void failed(const QString& error);
+  void daemonEnded();
   std::string currentName() const;
 
   AvahiDaemon& daemon_;

@@ -229,5 +229,15 @@ TEST_F(BonjourTransportTest, discoveryReachesTheDelegateAndLeavesOutOurselves) {
   });
 }
 
+TEST_F(BonjourTransportTest, ourOwnServiceIsLeftOutAfterItLostItsName) {
+  start();
+  onMain([&] {
+    publisher.listener->servicePublished("Zolvex-ABC123 #2");
+    publisher.listener->servicePublicationLost();
+    browser.listener->serviceFound("Zolvex-ABC123", true);
+    EXPECT_THAT(browser.resolving, IsEmpty());
+  });
+}
+
 }  // namespace
 }  // namespace zolvex

@@ -135,7 +135,7 @@ TEST_F(ServiceBrowserDelegateTest, serviceOfAnotherNameFormIsNotEvenResolved) {
 }
 
 TEST_F(ServiceBrowserDelegateTest, ourOwnServiceIsNeverListed) {
-  delegate.ownServicePublished("Zolvex-ABC123");
+  delegate.setOwnName("Zolvex-ABC123");
   delegate.serviceFound("Zolvex-ABC123", true);
   delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
   EXPECT_THAT(browser.resolving, IsEmpty());
@@ -144,13 +144,13 @@ TEST_F(ServiceBrowserDelegateTest, ourOwnServiceIsNeverListed) {
 
 TEST_F(ServiceBrowserDelegateTest, ourOwnServiceFoundBeforeItsNameIsKnownIsNotListed) {
   delegate.serviceFound("Zolvex-ABC123", true);
-  delegate.ownServicePublished("Zolvex-ABC123");
+  delegate.setOwnName("Zolvex-ABC123");
   EXPECT_THAT(browser.resolving, IsEmpty());
 }
 
 TEST_F(ServiceBrowserDelegateTest, aServiceOfTheNameWeWantedButDidNotGetIsListed) {
   delegate.serviceFound("Zolvex-ABC123", true);  // looked like ours while ours was being registered
-  delegate.ownServicePublished("Zolvex-ABC123 #2");
+  delegate.setOwnName("Zolvex-ABC123 #2");
   delegate.serviceFound("Zolvex-ABC123 #2", true);
   EXPECT_THAT(browser.resolving, ElementsAre("Zolvex-ABC123"));
   delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
@@ -160,7 +160,7 @@ TEST_F(ServiceBrowserDelegateTest, aServiceOfTheNameWeWantedButDidNotGetIsListed
 TEST_F(ServiceBrowserDelegateTest, aServiceWhoseNameBecomesOursIsOursFromThenOn) {
   delegate.serviceFound("Zolvex-ABC123", false);
   delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
-  delegate.ownServicePublished("Zolvex-ABC123");  // the other one gave way
+  delegate.setOwnName("Zolvex-ABC123");  // the other one gave way
   delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.2"}, 4712);
   EXPECT_THAT(store.discovered, SizeIs(1));
   store.discovered.clear();
@@ -169,11 +169,52 @@ TEST_F(ServiceBrowserDelegateTest, aServiceWhoseNameBecomesOursIsOursFromThenOn)
 }
 
 TEST_F(ServiceBrowserDelegateTest, aServiceThatHadOurNameIsListedWhenWeGetAnother) {
-  delegate.ownServicePublished("Zolvex-ABC123");
+  delegate.setOwnName("Zolvex-ABC123");
   delegate.serviceFound("Zolvex-ABC123", false);
   EXPECT_THAT(browser.resolving, IsEmpty());
-  delegate.ownServicePublished("Zolvex-ABC123 #2");
+  delegate.setOwnName("Zolvex-ABC123 #2");
   EXPECT_THAT(browser.resolving, ElementsAre("Zolvex-ABC123"));
+}
+
+TEST_F(ServiceBrowserDelegateTest, aPeerWhoseNameBecomesOursIsLost) {
+  delegate.serviceFound("Zolvex-ABC123", false);
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
+  delegate.setOwnName("Zolvex-ABC123");
+  EXPECT_THAT(store.lost, ElementsAre("ABC123"));
+}
+
+TEST_F(ServiceBrowserDelegateTest, aPeerThatGaveItsNameToUsAndHasAnotherByNowIsReportedThere) {
+  delegate.serviceFound("Zolvex-ABC123", false);
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
+  delegate.serviceFound("Zolvex-ABC123 #2", false);
+  delegate.serviceResolved("Zolvex-ABC123 #2", {"192.168.1.7"}, 4712);
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.2"}, 9999);  // that is us already
+  delegate.setOwnName("Zolvex-ABC123");
+  EXPECT_EQ(store.discovered.back().port, 4712);
+  EXPECT_THAT(store.lost, IsEmpty());
+}
+
+TEST_F(ServiceBrowserDelegateTest, aPeerThatTakesItsNameBackIsLookedUpAnew) {
+  delegate.serviceFound("Zolvex-ABC123", false);
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
+  delegate.setOwnName("Zolvex-ABC123");
+  delegate.setOwnName(std::nullopt);
+  delegate.setOwnName("Zolvex-ABC123 #2");
+  EXPECT_THAT(browser.resolving, ElementsAre("Zolvex-ABC123", "Zolvex-ABC123"));
+}
+
+// The system's DNS-SD service has restarted, and our publication with it, under another name than before.
+TEST_F(ServiceBrowserDelegateTest, ourOwnServiceThatComesBackUnderThePeersNameIsNotListed) {
+  delegate.serviceFound("Zolvex-ABC123", false);
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.7"}, 4711);
+  delegate.setOwnName("Zolvex-ABC123 #2");
+  delegate.setOwnName(std::nullopt);
+  delegate.serviceFound("Zolvex-ABC123", true);
+  delegate.serviceResolved("Zolvex-ABC123", {"192.168.1.2"}, 9999);
+  delegate.setOwnName("Zolvex-ABC123");
+  EXPECT_THAT(browser.resolving, SizeIs(1));
+  EXPECT_THAT(discoveredIds(), ElementsAre("ABC123"));
+  EXPECT_THAT(store.lost, ElementsAre("ABC123"));
 }
 
 TEST_F(ServiceBrowserDelegateTest, everyResolvedServiceIsReportedAgainAsOfNow) {

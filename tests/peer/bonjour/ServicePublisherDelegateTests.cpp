@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace zolvex {
@@ -11,8 +13,8 @@ namespace {
 
 TEST(ServicePublisherDelegate, publishedServiceIsLoggedAndPassedOn) {
   test::LogCapture log;
-  std::vector<std::string> names;
-  ServicePublisherDelegate delegate([&](const std::string& name) { names.push_back(name); });
+  std::vector<std::optional<std::string>> names;
+  ServicePublisherDelegate delegate([&](const auto& name) { names.push_back(name); });
   delegate.servicePublished("Zolvex-ABC123 #2");
   EXPECT_THAT(names, testing::ElementsAre("Zolvex-ABC123 #2"));
   EXPECT_TRUE(log.contains("Service published: Zolvex-ABC123 #2"));
@@ -21,9 +23,20 @@ TEST(ServicePublisherDelegate, publishedServiceIsLoggedAndPassedOn) {
 TEST(ServicePublisherDelegate, failureIsLogged) {
   test::LogCapture log;
   log.expectError("Publish failed: ");
-  ServicePublisherDelegate delegate([](const std::string&) { FAIL(); });
+  std::vector<std::optional<std::string>> names;
+  ServicePublisherDelegate delegate([&](const auto& name) { names.push_back(name); });
   delegate.servicePublicationFailed("not permitted");
   EXPECT_TRUE(log.contains("Publish failed: not permitted"));
+  EXPECT_THAT(names, testing::ElementsAre(std::nullopt));
+}
+
+TEST(ServicePublisherDelegate, aNameThatIsLostIsTakenBack) {
+  test::LogCapture log;
+  std::vector<std::optional<std::string>> names;
+  ServicePublisherDelegate delegate([&](const auto& name) { names.push_back(name); });
+  delegate.servicePublicationLost();
+  EXPECT_THAT(names, testing::ElementsAre(std::nullopt));
+  EXPECT_THAT(log.lines(), testing::IsEmpty());
 }
 
 }  // namespace

@@ -42,6 +42,7 @@ struct Ears final : ServicePublicationListener, ServiceBrowserListener {
 
   void servicePublished(const std::string& name) override { published.push_back(name); }
   void servicePublicationFailed(const std::string& error) override { failures.push_back(error); }
+  void servicePublicationLost() override { ++losses; }
   void serviceFound(const std::string& name, bool isLocal) override {
     found.push_back(name);
     local[name] = isLocal;
@@ -62,6 +63,7 @@ struct Ears final : ServicePublicationListener, ServiceBrowserListener {
   Seconds limit = resolveLimit;
   std::vector<std::string> published;
   std::vector<std::string> failures;
+  int losses = 0;
   std::vector<std::string> found;
   std::vector<std::string> removed;
   std::map<std::string, bool> local;
@@ -351,6 +353,7 @@ TEST_F(AvahiTest, serviceIsPublishedAnewWhenTheDaemonRestarts) {
   world.startDaemon(1);
   ASSERT_TRUE(runUntil([&] { return studio->ears.found.size() == 2; }));
   ASSERT_TRUE(runUntil([&] { return laptop->ears.published.size() == 2; }));
+  EXPECT_EQ(laptop->ears.losses, 1);
 }
 
 TEST_F(AvahiTest, serviceSeenBeforeAndAfterARestartOfTheDaemonIsKeptAndLookedUpAgain) {
