@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fcntl.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <utility>
@@ -23,6 +24,11 @@ constexpr Logger logger("Bonjour");
 bool isFinal(asio::error_code error) {
   return error == asio::error::bad_descriptor || error == asio::error::not_socket ||
          error == asio::error::invalid_argument || error == asio::error::operation_not_supported;
+}
+
+/// Programs that we start do not get it: they would keep the port, or the peer's connection, open.
+void keepToThisProcess(int descriptor) {
+  ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
 
 /// Has the kernel hand over a connection with its first bytes, or when it has been silent for that long. Else each
@@ -57,6 +63,7 @@ asio::error_code TcpListener::openWith(const asio::ip::tcp& protocol) {
   asio::error_code error;
   acceptor_.close(error);
   acceptor_.open(protocol, error);
+  if (!error) keepToThisProcess(acceptor_.native_handle());
   if (!error && protocol == asio::ip::tcp::v6()) acceptor_.set_option(asio::ip::v6_only(false), error);
   if (!error) acceptor_.bind({protocol, anyPort}, error);
   if (!error) deferSilentOnes(acceptor_, surroundings_->limits.silence);
@@ -116,6 +123,7 @@ void TcpListener::accept() {
 
 void TcpListener::accepted(asio::error_code error, asio::ip::tcp::socket socket) {
   if (error) return acceptFailed(error);
+  keepToThisProcess(socket.native_handle());
   const auto connection = std::make_shared<AcceptedConnection>(std::move(socket), surroundings_);
   connections_.push_back(connection);
   connection->start();

@@ -3,7 +3,13 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <fcntl.h>
+#include <netinet/in.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
+#include <vector>
 
 namespace zolvex {
 namespace {
@@ -16,10 +22,26 @@ using test::RawSocket;
 using test::successFrame;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 using TcpListenerTest = test::ListenerFixture;
 
 constexpr std::chrono::minutes aMinute{1};
+
+/// The open descriptors of this process that are sockets at that port.
+std::vector<int> descriptorsAt(std::uint16_t port) {
+  std::vector<int> found;
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  for (int descriptor = 0; descriptor < static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 4096)); ++descriptor) {
+    sockaddr_in6 address{};  // the port is where that of an IPv4 address would be
+    socklen_t size = sizeof address;
+    if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) != 0) continue;
+    const auto isInternet = address.sin6_family == AF_INET6 || address.sin6_family == AF_INET;
+    if (isInternet && ntohs(address.sin6_port) == port) found.push_back(descriptor);
+  }
+  return found;
+}
 
 TEST(ListenerLimits, areWhatIsPromisedToPeers) {
   EXPECT_EQ(ListenerLimits{}.frame, Seconds(10.0));
@@ -40,6 +62,18 @@ TEST_F(TcpListenerTest, bothAddressFamiliesReachIt) {
   auto socket = RawSocket::connectedTo(port(), "::1");
   if (!socket.isOpen()) GTEST_SKIP() << "no IPv6 on this machine";
   socket.send(healthCheckFrame);
+  EXPECT_EQ(socket.receiveAll(), successFrame);
+}
+
+TEST_F(TcpListenerTest, programsThatWeStartDoNotGetItsSockets) {
+  start({}, false);
+  auto socket = RawSocket::connectedTo(port());
+  socket.send(healthCheckFrame);
+  ASSERT_TRUE(waitForCommands(1));
+  const auto descriptors = descriptorsAt(port());
+  EXPECT_THAT(descriptors, SizeIs(2)) << "the listening and the accepted one";
+  for (const int descriptor : descriptors) EXPECT_TRUE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC);
+  answer(DeviceCommand::operationSuccess);
   EXPECT_EQ(socket.receiveAll(), successFrame);
 }
 
