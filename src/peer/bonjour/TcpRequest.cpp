@@ -79,11 +79,7 @@ std::weak_ptr<TcpRequest> TcpRequest::send(NetworkThread& network, MainQueue& ma
 }
 
 void TcpRequest::timeOut() {
-  asio::post(socket_.get_executor(), [self = shared_from_this()] {
-    asio::error_code ignored;
-    if (!self->isCompleted_) self->socket_.set_option(asio::socket_base::linger(true, 0), ignored);
-    self->limitReached();
-  });
+  asio::post(socket_.get_executor(), [self = shared_from_this()] { self->limitReached(); });
 }
 
 TcpRequest::TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target target, DeviceCommand command,
@@ -95,8 +91,12 @@ TcpRequest::TcpRequest(NetworkThread& network, MainQueue& mainQueue, Target targ
       completion_(std::move(completion)),
       socket_(network.connectionQueue()) {}
 
+/// Closes with a reset: else the system would go on for a minute or longer to deliver what the peer has not got yet,
+/// and a request to release would take devices away that nobody waits for any more.
 void TcpRequest::limitReached() {
   if (isCompleted_) return;
+  asio::error_code ignored;
+  socket_.set_option(asio::socket_base::linger(true, 0), ignored);
   logger.error("Command {} timed out", rawValueOf(command_));
   complete(PeerReply::failed("timeout"));
 }

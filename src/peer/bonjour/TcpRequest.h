@@ -19,11 +19,11 @@ namespace zolvex {
 
 /// One request to a peer over a connection of its own: connect, send the frame, half-close, read one reply frame.
 /// Reply, failure and time-out race; the first one completes the request and closes the connection, the others find
-/// it done. Owned by its own pending steps. They run on the connection queue, from the outcome of the connecting on;
-/// that is begun at once, so that the network thread is not woken up before there is something to do. The completion
-/// runs on the main queue, once, or never when the network thread or the main queue ends first. The time-out waits on
-/// the main queue, too, where taking it back wakes nobody: the network thread would be woken up at its hour all the
-/// same.
+/// it done. After the time-out what the system has not delivered yet is dropped. Owned by its own pending steps. They
+/// run on the connection queue, from the outcome of the connecting on; that is begun at once, so that the network
+/// thread is not woken up before there is something to do. The completion runs on the main queue, once, or never when
+/// the network thread or the main queue ends first. The time-out waits on the main queue, too, where taking it back
+/// wakes nobody: the network thread would be woken up at its hour all the same.
 class TcpRequest : public std::enable_shared_from_this<TcpRequest> {
  public:
   using Completion = std::function<void(const PeerReply&)>;
@@ -38,8 +38,7 @@ class TcpRequest : public std::enable_shared_from_this<TcpRequest> {
                                         DeviceCommand command, Completion completion,
                                         Seconds limit = peerProtocol::commandTimeout);
 
-  /// Ends the request, unless it is over, as if its limit were reached. What the system has not delivered yet is
-  /// dropped. Any thread.
+  /// Ends the request, unless it is over, as if its limit were reached. Any thread.
   void timeOut();
 
   /// For send() only.
