@@ -54,13 +54,17 @@ class BluetoothClassicController {
     inRange,  ///< Those, then the ones that can be discovered now (takes some seconds).
   };
 
+  /// The answer to a lookup.
+  struct Found {
+    bool isPoweredOn = false;  ///< False also when there is no controller, or the system cannot say.
+    std::unique_ptr<BluetoothClassicDevice> device = nullptr;
+  };
+
   virtual ~BluetoothClassicController() = default;
 
-  /// False also when there is no controller.
-  virtual bool isPoweredOn() = 0;
-
-  /// None when no device has that address, in particular when it is no address.
-  virtual std::unique_ptr<BluetoothClassicDevice> deviceWithAddress(const std::string& address, Lookup lookup) = 0;
+  /// No device when none has that address, in particular when it is no address. Power and device are read at the same
+  /// moment: no device, with the power on, means that the system does not know it, never that it could not be asked.
+  virtual Found deviceWithAddress(const std::string& address, Lookup lookup) = 0;
 
   /// Empty when the system cannot say.
   virtual std::vector<PairedDevice> pairedDevices() = 0;

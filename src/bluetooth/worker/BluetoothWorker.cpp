@@ -55,13 +55,13 @@ int BluetoothWorker::runOnDevice(BluetoothWorkerCommand command) {
   const auto address = readAddress(environment_.input);
   if (!address) return fail(workerStatus::usage, "Missing Bluetooth device address");
   const auto controller = environment_.openController();
-  if (!controller->isPoweredOn()) return fail(workerStatus::bluetoothOff, "Bluetooth is off");
   // A device to be connected may have been removed here earlier, and then has to be found on the radio; a device to be
   // removed that the system does not know is removed already.
   const bool connecting = command == BluetoothWorkerCommand::connect;
-  const auto device = controller->deviceWithAddress(*address, connecting ? Lookup::inRange : Lookup::known);
-  if (!device) return fail(workerStatus::deviceNotFound, "Device not found");
-  return connecting ? connect(*device) : unregister(*device);
+  const auto found = controller->deviceWithAddress(*address, connecting ? Lookup::inRange : Lookup::known);
+  if (!found.isPoweredOn) return fail(workerStatus::bluetoothOff, "Bluetooth is off");
+  if (!found.device) return fail(workerStatus::deviceNotFound, "Device not found");
+  return connecting ? connect(*found.device) : unregister(*found.device);
 }
 
 int BluetoothWorker::connect(BluetoothClassicDevice& device) {

@@ -33,19 +33,17 @@ std::vector<BluezDevice> BluezClassicAdapter::pairedDevices() const {
   return paired;
 }
 
-std::optional<BluezDevice> BluezClassicAdapter::known(const std::string& address) const {
+BluezClassicAdapter::Sight BluezClassicAdapter::known(const std::string& address) const {
   const auto objects = bus_.objects();
-  const auto* adapter = chosenFrom(objects);
-  const auto* device = adapter ? objects.deviceWithAddress(adapter->path, address) : nullptr;
-  return device ? std::optional(*device) : std::nullopt;
+  return sightOf(chosenFrom(objects), objects, address);
 }
 
-std::optional<BluezDevice> BluezClassicAdapter::inRange(const std::string& address) const {
+BluezClassicAdapter::Sight BluezClassicAdapter::inRange(const std::string& address) const {
   const auto objects = bus_.objects();
   const auto* adapter = chosenFrom(objects);
-  if (!adapter) return std::nullopt;
-  if (const auto* device = objects.deviceWithAddress(adapter->path, address)) return *device;
-  return discover(adapter->path, address);
+  auto sight = sightOf(adapter, objects, address);
+  if (sight.isPowered && !sight.device) sight.device = discover(adapter->path, address);
+  return sight;
 }
 
 std::optional<BluezDevice> BluezClassicAdapter::discover(const std::string& adapterPath,
@@ -73,15 +71,7 @@ std::optional<BluezDevice> BluezClassicAdapter::awaitArrival(BluezWatch& watch, 
   return std::nullopt;
 }
 
-bool BluezClassicAdapter::remove(const std::string& address) const {
-  const auto objects = bus_.objects();
-  const auto* adapter = chosenFrom(objects);
-  if (!adapter) return false;
-  const auto* device = objects.deviceWithAddress(adapter->path, address);
-  return !device || removeObject(*device);
-}
-
-bool BluezClassicAdapter::removeObject(const BluezDevice& device) const {
+bool BluezClassicAdapter::remove(const BluezDevice& device) const {
   BluezWatch watch(bus_);
   const auto call = bus_.message(device.adapterPath, bluez::adapterInterface, "RemoveDevice", "o", device.path.c_str());
   const auto answer =
@@ -105,6 +95,13 @@ const BluezAdapter* BluezClassicAdapter::chosenFrom(const BluezObjects& objects)
   const auto found = std::find_if(adapters.begin(), adapters.end(), isWanted);
   if (found != adapters.end()) return &*found;
   return wantedAddress_.empty() && !adapters.empty() ? &adapters.front() : nullptr;
+}
+
+BluezClassicAdapter::Sight BluezClassicAdapter::sightOf(const BluezAdapter* adapter, const BluezObjects& objects,
+                                                        const std::string& address) {
+  if (!adapter) return {};
+  const auto* device = objects.deviceWithAddress(adapter->path, address);
+  return {.isPowered = adapter->isPowered, .device = device ? std::optional(*device) : std::nullopt};
 }
 
 }  // namespace zolvex

@@ -18,6 +18,12 @@ class BluezClassicAdapter {
   static constexpr Seconds discoveryLimit{6.0};
   static constexpr Seconds removalLimit{7.0};
 
+  /// The adapter and one device there, as BlueZ had them at one moment.
+  struct Sight {
+    bool isPowered = false;  ///< False also when there is no adapter, or BlueZ cannot say.
+    std::optional<BluezDevice> device;
+  };
+
   /// With a `wantedAddress` it is the adapter of that address and no other; without, the first one that is powered, or
   /// else the first.
   BluezClassicAdapter(const BluezBus& bus, std::string wantedAddress);
@@ -28,20 +34,21 @@ class BluezClassicAdapter {
   std::vector<BluezDevice> pairedDevices() const;
 
   /// `address` as BlueZ writes it. inRange() makes a discovery when BlueZ does not know the device.
-  std::optional<BluezDevice> known(const std::string& address) const;
-  std::optional<BluezDevice> inRange(const std::string& address) const;
+  Sight known(const std::string& address) const;
+  Sight inRange(const std::string& address) const;
 
-  /// Makes BlueZ forget the device and its bond, without disconnecting it first. True when it has, or had already.
-  bool remove(const std::string& address) const;
+  /// Makes BlueZ forget the device and its bond, without disconnecting it first. True when it has, or had already. Only
+  /// the adapter where the device was seen is asked, whichever would be chosen by now: the bond is there.
+  bool remove(const BluezDevice& device) const;
 
  private:
   using Deadline = std::chrono::steady_clock::time_point;
 
   const BluezAdapter* chosenFrom(const BluezObjects& objects) const;
+  static Sight sightOf(const BluezAdapter* adapter, const BluezObjects& objects, const std::string& address);
   std::optional<BluezDevice> discover(const std::string& adapterPath, const std::string& address) const;
   std::optional<BluezDevice> awaitArrival(BluezWatch& watch, const std::string& adapterPath, const std::string& address,
                                           Deadline deadline) const;
-  bool removeObject(const BluezDevice& device) const;
   bool isForgotten(const BluezDevice& device) const;
 
   const BluezBus& bus_;

@@ -12,12 +12,13 @@ BluezClassicController::BluezClassicController(SdBusHandle bus, const Options& o
       // A text that is no address is kept: it then matches no adapter, as an adapter that is not there does.
       adapter_(bus_, bluezAddress(options.adapterAddress).value_or(options.adapterAddress)) {}
 
-std::unique_ptr<BluetoothClassicDevice> BluezClassicController::deviceWithAddress(const std::string& address,
-                                                                                  Lookup lookup) {
+BluetoothClassicController::Found BluezClassicController::deviceWithAddress(const std::string& address, Lookup lookup) {
   const auto wanted = bluezAddress(address);
-  if (!wanted) return nullptr;
-  const auto device = lookup == Lookup::known ? adapter_.known(*wanted) : adapter_.inRange(*wanted);
-  return device ? std::make_unique<BluezClassicDevice>(bus_, adapter_, *device) : nullptr;
+  if (!wanted) return {.isPoweredOn = adapter_.isPowered()};
+  const auto sight = lookup == Lookup::known ? adapter_.known(*wanted) : adapter_.inRange(*wanted);
+  if (!sight.device) return {.isPoweredOn = sight.isPowered};
+  return {.isPoweredOn = sight.isPowered,
+          .device = std::make_unique<BluezClassicDevice>(bus_, adapter_, *sight.device)};
 }
 
 std::vector<BluetoothClassicController::PairedDevice> BluezClassicController::pairedDevices() {

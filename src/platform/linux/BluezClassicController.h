@@ -22,8 +22,7 @@ class BluezClassicController final : public BluetoothClassicController {
   /// `bus` may be none. Waits until it has taken us in, 5 s at the most.
   BluezClassicController(SdBusHandle bus, const Options& options);
 
-  bool isPoweredOn() override { return adapter_.isPowered(); }
-  std::unique_ptr<BluetoothClassicDevice> deviceWithAddress(const std::string& address, Lookup lookup) override;
+  Found deviceWithAddress(const std::string& address, Lookup lookup) override;
   std::vector<PairedDevice> pairedDevices() override;
 
  private:

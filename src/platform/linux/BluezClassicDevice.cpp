@@ -17,12 +17,12 @@ std::int32_t statusOf(const BluezAnswer& answer) {
 }  // namespace
 
 bool BluezClassicDevice::isConnected() {
-  const auto device = adapter_.known(address_);
+  const auto device = adapter_.known(device_.address).device;
   if (!device || !device->isConnected || !device->isPaired) {
     isInUse_.reset();  // the next link is another one
     return false;
   }
-  path_ = device->path;
+  device_ = *device;
   // BlueZ calls a device connected as soon as there is a link, even one that is about to be given up: one of a pairing
   // or connection that has failed, or that hangs. Whether it is in use it says only in answer to this: ServicesResolved
   // comes true with a pairing already, when nothing uses the services yet.
@@ -31,7 +31,7 @@ bool BluezClassicDevice::isConnected() {
 }
 
 int BluezClassicDevice::rssi() {
-  const auto property = bus_.deviceProperty(path_, "RSSI");
+  const auto property = bus_.deviceProperty(device_.path, "RSSI");
   const auto* reading = std::get_if<std::int64_t>(&property);
   return reading ? static_cast<int>(*reading) : noRssiReading;
 }
@@ -43,26 +43,29 @@ std::int32_t BluezClassicDevice::openConnection() {
 }
 
 std::int32_t BluezClassicDevice::attempt() {
-  if (refusedBonds_ == refusalsBeforeNewBond) adapter_.remove(address_);
-  auto device = adapter_.inRange(address_);
+  auto device = adapter_.inRange(device_.address).device;
+  if (device && refusedBonds_ == refusalsBeforeNewBond) {
+    adapter_.remove(*device);
+    device = adapter_.inRange(device_.address).device;
+  }
   if (device && !device->isPaired) {
     refusedBonds_ = 0;
     const auto status = BluezPairing(bus_, adapter_).pair(*device);
     if (status != ioReturn::success) return status;
-    device = adapter_.known(address_);
+    device = adapter_.known(device_.address).device;
   }
   if (!device) return ioReturn::noDevice;
-  path_ = device->path;
-  return connectPaired(*device);
+  device_ = *device;
+  return connectPaired();
 }
 
-std::int32_t BluezClassicDevice::connectPaired(const BluezDevice& device) {
+std::int32_t BluezClassicDevice::connectPaired() {
   // Lets the device come back by itself later. Without a lasting bond that would let it in as a stranger.
-  if (device.isBonded && !device.isTrusted) bus_.setDeviceFlag(path_, "Trusted", true);
+  if (device_.isBonded && !device_.isTrusted) bus_.setDeviceFlag(device_.path, "Trusted", true);
   BluezWatch watch(bus_);
-  watch.followDevice(path_);
+  watch.followDevice(device_.path);
   // When the adapter goes, the device goes with it, and nobody answers any more.
-  const auto isGone = [&] { return watch.wasRemoved(path_); };
+  const auto isGone = [&] { return watch.wasRemoved(device_.path); };
   const auto answer = bus_.callWithEvents(connectCall(), connectLimit, isGone);
   if (answer.isInProgress()) return awaitRunningConnection();
   const auto status = statusOf(answer);
@@ -86,7 +89,7 @@ std::int32_t BluezClassicDevice::awaitRunningConnection() const {
 }
 
 SdBusMessage BluezClassicDevice::connectCall() const {
-  return bus_.message(path_, bluez::deviceInterface, "Connect");
+  return bus_.message(device_.path, bluez::deviceInterface, "Connect");
 }
 
 }  // namespace zolvex

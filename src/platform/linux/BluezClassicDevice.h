@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
 namespace zolvex {
 
@@ -32,24 +31,23 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   static constexpr int refusalsBeforeNewBond = 2;
 
   BluezClassicDevice(const BluezBus& bus, const BluezClassicAdapter& adapter, const BluezDevice& device)
-      : bus_(bus), adapter_(adapter), address_(device.address), path_(device.path) {}
+      : bus_(bus), adapter_(adapter), device_(device) {}
 
   bool isConnected() override;
   int rssi() override;
   std::int32_t openConnection() override;
-  bool removePairing() override { return adapter_.remove(address_); }
+  bool removePairing() override { return adapter_.remove(device_); }
 
  private:
   std::int32_t attempt();
-  std::int32_t connectPaired(const BluezDevice& device);
+  std::int32_t connectPaired();
   void noteRefusal(const BluezWatch& watch);
   std::int32_t awaitRunningConnection() const;
   SdBusMessage connectCall() const;
 
   const BluezBus& bus_;
   const BluezClassicAdapter& adapter_;
-  const std::string address_;
-  std::string path_;
+  BluezDevice device_;  ///< As it was seen last.
   int refusedBonds_ = 0;
   std::optional<bool> isInUse_;  ///< What is known of the link that was there at the last look or attempt.
 };

@@ -33,10 +33,10 @@ BluezAnswer BluezPairing::pairOffering(BluezPairingAgent::Capability capability,
 /// BlueZ says that the device is paired: somebody may have been faster, or only BlueZ thinks so, and then it has to
 /// forget the device first.
 std::optional<BluezDevice> BluezPairing::foundAnew(const BluezDevice& device) const {
-  auto current = adapter_.known(device.address);
+  auto current = adapter_.known(device.address).device;
   if (current && current->isPaired) return current;
-  if (!adapter_.remove(device.address)) return std::nullopt;
-  return adapter_.inRange(device.address);
+  if (!adapter_.remove(current.value_or(device))) return std::nullopt;
+  return adapter_.inRange(device.address).device;
 }
 
 std::int32_t BluezPairing::awaitRunningPairing(const BluezDevice& device) const {

@@ -65,14 +65,10 @@ class FakeBluetoothClassicController final : public BluetoothClassicController {
  public:
   explicit FakeBluetoothClassicController(FakeBluetoothStack& stack) : stack_(stack) {}
 
-  bool isPoweredOn() override {
-    stack_.calls.push_back("isPoweredOn");
-    return stack_.poweredOn;
-  }
-  std::unique_ptr<BluetoothClassicDevice> deviceWithAddress(const std::string& address, Lookup lookup) override {
+  Found deviceWithAddress(const std::string& address, Lookup lookup) override {
     stack_.calls.push_back(fmt::format("lookup {} {}", address, lookup == Lookup::known ? "known" : "inRange"));
-    if (!stack_.deviceExists || address != FakeBluetoothStack::knownAddress) return nullptr;
-    return std::make_unique<FakeBluetoothClassicDevice>(stack_);
+    if (!stack_.deviceExists || address != FakeBluetoothStack::knownAddress) return {.isPoweredOn = stack_.poweredOn};
+    return {.isPoweredOn = stack_.poweredOn, .device = std::make_unique<FakeBluetoothClassicDevice>(stack_)};
   }
   std::vector<PairedDevice> pairedDevices() override {
     stack_.calls.push_back("pairedDevices");

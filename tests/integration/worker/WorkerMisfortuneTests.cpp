@@ -117,7 +117,9 @@ TEST_F(WorkerMisfortune, aBusThatDiesDuringThePairingEndsEveryAttemptAtOnce) {
 TEST_F(WorkerMisfortune, aBusThatDiesDuringTheRemovalHasRemovedNothing) {
   bond(mouse);
   inject(u"hangs-on-remove"_s);
-  afterAnswer(u"GetManagedObjects"_s, 3, [this] { bus.stop(); });
+  static constexpr std::chrono::milliseconds untilRemovalRuns{300};
+  afterAnswer(u"GetManagedObjects"_s, 1,
+              [this] { QTimer::singleShot(untilRemovalRuns, bluez.get(), [this] { bus.stop(); }); });
   const auto result = unregister(mouse);
   EXPECT_EQ(result.exitStatus, 70);
   EXPECT_LT(result.milliseconds, 5'000);

@@ -1,5 +1,9 @@
 #include "integration/worker/WorkerLab.h"
 
+#include <QTimer>
+
+#include <chrono>
+
 namespace zolvex::test {
 namespace {
 
@@ -49,7 +53,10 @@ TEST_F(WorkerUnregister, aRemovalThatHangsIsNotClaimed) {
 TEST_F(WorkerUnregister, aDeviceThatIsWithdrawnWithItsAdapterIsNotClaimed) {
   bond(mouse);
   inject(u"hangs-on-remove"_s);
-  afterAnswer(u"GetManagedObjects"_s, 3, [this] { inject(u"adapter-unplugged"_s); });
+  static constexpr std::chrono::milliseconds untilRemovalRuns{300};
+  afterAnswer(u"GetManagedObjects"_s, 1, [this] {
+    QTimer::singleShot(untilRemovalRuns, bluez.get(), [this] { inject(u"adapter-unplugged"_s); });
+  });
   const auto result = unregister(mouse);
   EXPECT_EQ(result.exitStatus, 70);
   EXPECT_EQ(holder(mouse), laptop);
@@ -67,6 +74,15 @@ TEST_F(WorkerUnregister, withTheAdapterOffTheBondStays) {
 TEST_F(WorkerUnregister, anAdapterThatIsSwitchedOffMeanwhileKeepsTheBond) {
   bond(mouse);
   afterAnswer(u"GetManagedObjects"_s, 1, [this] { inject(u"adapter-off"_s); });
+  const auto result = unregister(mouse);
+  EXPECT_EQ(result.exitStatus, 70);
+  EXPECT_EQ(holder(mouse), laptop);
+}
+
+// The device is not known any more then, but nobody has removed it.
+TEST_F(WorkerUnregister, anAdapterThatIsUnpluggedMeanwhileKeepsTheBond) {
+  bond(mouse);
+  afterAnswer(u"GetManagedObjects"_s, 1, [this] { inject(u"adapter-unplugged"_s); });
   const auto result = unregister(mouse);
   EXPECT_EQ(result.exitStatus, 70);
   EXPECT_EQ(holder(mouse), laptop);
