@@ -74,8 +74,7 @@ void BluezBus::setDeviceFlag(const std::string& path, const char* name, bool val
 }
 
 BluezObjects BluezBus::objects(Seconds limit) const {
-  const auto answer = call(message("/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects"), limit);
-  return BluezObjects::fromReply(answer.reply.get());
+  return BluezObjects::fromReply(call(objectsCall(), limit).reply.get());
 }
 
 std::string BluezBus::owner() const {

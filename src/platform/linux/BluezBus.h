@@ -60,6 +60,9 @@ class BluezBus {
   /// Empty when BlueZ cannot say.
   BluezObjects objects(Seconds limit = quickCallLimit) const;
 
+  /// The call that asks for them, for BluezObjects::fromReply().
+  SdBusMessage objectsCall() const { return message("/", "org.freedesktop.DBus.ObjectManager", "GetManagedObjects"); }
+
   /// The unique bus name behind the name of BlueZ; empty when there is none.
   std::string owner() const;
 

@@ -72,19 +72,27 @@ std::optional<BluezDevice> BluezClassicAdapter::awaitArrival(BluezWatch& watch, 
 }
 
 bool BluezClassicAdapter::remove(const BluezDevice& device) const {
+  const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(removalLimit);
   BluezWatch watch(bus_);
   const auto call = bus_.message(device.adapterPath, bluez::adapterInterface, "RemoveDevice", "o", device.path.c_str());
   const auto answer =
-      bus_.callWithEvents(call, removalLimit, [&] { return watch.wasRemoved(device.path) || watch.isOver(); });
+      bus_.callWithEvents(call, removalCallLimit, [&] { return watch.wasRemoved(device.path) || watch.isOver(); });
   if (answer.isSuccess() || answer.isDoesNotExist()) return true;
-  // For a connected device the reply may never come although the device is gone. But an adapter that is unplugged and
-  // a daemon that ends withdraw their devices too, and those keep their bonds.
-  return answer.isMissing() && isForgotten(device) && !watch.isOver();
+  // For a connected device the reply may never come although the device is gone.
+  return answer.isMissing() && watch.wasRemoved(device.path) && isForgotten(device, watch, deadline);
 }
 
-bool BluezClassicAdapter::isForgotten(const BluezDevice& device) const {
-  const auto objects = bus_.objects();
-  return objects.adapterAt(device.adapterPath) && !objects.deviceWithAddress(device.adapterPath, device.address);
+/// Of a device that was withdrawn. An adapter that is unplugged and a daemon that ends withdraw their devices too, and
+/// those keep their bonds.
+bool BluezClassicAdapter::isForgotten(const BluezDevice& device, const BluezWatch& watch, Deadline deadline) const {
+  const auto isGoneWithIt = [&] { return watch.wasRemoved(device.adapterPath) || watch.isOver(); };
+  const auto limit = std::min(Seconds(deadline - Clock::now()), BluezBus::quickCallLimit);
+  const auto look = bus_.callWithEvents(bus_.objectsCall(), limit, isGoneWithIt);
+  if (isGoneWithIt() || !watch.isStillThere()) return false;
+  if (look.isMissing()) return true;  // the adapter would have been withdrawn by now
+  const auto objects = BluezObjects::fromReply(look.reply.get());
+  const auto* found = objects.deviceWithAddress(device.adapterPath, device.address);
+  return objects.adapterAt(device.adapterPath) && !(found && found->isPaired);
 }
 
 const BluezAdapter* BluezClassicAdapter::chosenFrom(const BluezObjects& objects) const {

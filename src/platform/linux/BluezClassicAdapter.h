@@ -16,7 +16,10 @@ namespace zolvex {
 class BluezClassicAdapter {
  public:
   static constexpr Seconds discoveryLimit{6.0};
+
+  /// Whoever runs the worker gives up after 8 s. What the call leaves of the whole is for a look at the outcome.
   static constexpr Seconds removalLimit{7.0};
+  static constexpr Seconds removalCallLimit{6.0};
 
   /// The adapter and one device there, as BlueZ had them at one moment.
   struct Sight {
@@ -49,7 +52,7 @@ class BluezClassicAdapter {
   std::optional<BluezDevice> discover(const std::string& adapterPath, const std::string& address) const;
   std::optional<BluezDevice> awaitArrival(BluezWatch& watch, const std::string& adapterPath, const std::string& address,
                                           Deadline deadline) const;
-  bool isForgotten(const BluezDevice& device) const;
+  bool isForgotten(const BluezDevice& device, const BluezWatch& watch, Deadline deadline) const;
 
   const BluezBus& bus_;
   const std::string wantedAddress_;

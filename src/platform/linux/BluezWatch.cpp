@@ -53,7 +53,8 @@ void BluezWatch::onInterfacesRemoved(sd_bus_message* announcement) {
   if (sd_bus_message_enter_container(announcement, SD_BUS_TYPE_ARRAY, "s") <= 0) return;
   const char* interface = nullptr;
   while (sd_bus_message_read_basic(announcement, SD_BUS_TYPE_STRING, &interface) > 0)
-    if (std::string_view(interface) == bluez::deviceInterface) removed_.insert(path);
+    if (std::string_view(interface) == bluez::deviceInterface || std::string_view(interface) == bluez::adapterInterface)
+      removed_.insert(path);
 }
 
 void BluezWatch::onPropertiesChanged(sd_bus_message* announcement) {

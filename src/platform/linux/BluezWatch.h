@@ -23,6 +23,10 @@ class BluezWatch {
   /// BlueZ went away. What comes after that is another life of BlueZ.
   bool isOver() const { return isOver_; }
 
+  /// Asks the bus whether BlueZ is still there. False also when the bus is gone, of which nothing is announced.
+  bool isStillThere() const { return !isOver_ && bus_.owner() == owner_; }
+
+  /// Whether a device, or an adapter, was withdrawn.
   bool wasRemoved(const std::string& path) const { return removed_.contains(path); }
 
   /// Whether an object was announced since the last call of this.

@@ -1,5 +1,7 @@
 #include "integration/worker/ScriptedBluez.h"
 
+#include <QTimer>
+
 namespace zolvex::test {
 namespace {
 
@@ -43,6 +45,8 @@ class WorkerRemoval : public ScriptedBluez {
 
   /// Then the worker is ended.
   static constexpr int clientLimit = 8'000;
+
+  QObject timers;
 };
 
 TEST_F(WorkerRemoval, isClaimedWhenTheCallReturns) {
@@ -58,6 +62,12 @@ TEST_F(WorkerRemoval, isClaimedWhenTheDaemonNeverKnewTheDevice) {
 TEST_F(WorkerRemoval, isNotClaimedOfAnAdapterThatGoesJustAfterTheLook) {
   scriptSnapshots({together(adapterAt(adapter), mouse()), {}});
   script(u"RemoveDevice"_s, {[](const QDBusMessage& call) { return fail(call, unknownObject); }});
+  expectNotClaimed();
+}
+
+TEST_F(WorkerRemoval, isNotClaimedOfADaemonThatHangsJustAfterTheLook) {
+  scriptLook([](const QDBusMessage&) { return silence(); });
+  script(u"RemoveDevice"_s, {[](const QDBusMessage&) { return silence(); }});
   expectNotClaimed();
 }
 
@@ -93,9 +103,49 @@ TEST_F(WorkerRemoval, isClaimedWhenOnlyTheDeviceIsWithdrawn) {
   expectClaimed();
 }
 
+// Somebody else looks for devices and finds this one again, a stranger now.
+TEST_F(WorkerRemoval, isClaimedWhenTheDeviceIsBackWithoutABond) {
+  withdrawOnRemoval();
+  scriptLook([](const QDBusMessage& call) { return reply(call, together(adapterAt(adapter), mouse(false))); });
+  expectClaimed();
+}
+
 TEST_F(WorkerRemoval, isNotClaimedWhenTheDeviceIsBackWithItsBond) {
   withdrawOnRemoval();
   scriptLook([](const QDBusMessage& call) { return reply(call, together(adapterAt(adapter), mouse())); });
+  expectNotClaimed();
+}
+
+TEST_F(WorkerRemoval, isClaimedWhenTheDaemonIsSilentOnceItHasWithdrawnTheDevice) {
+  withdrawOnRemoval();
+  scriptLook([](const QDBusMessage&) { return silence(); });
+  expectClaimed();
+}
+
+TEST_F(WorkerRemoval, isNotClaimedWhenTheDaemonWithdrawsTheAdapterAndIsSilent) {
+  withdrawOnRemoval();
+  scriptLook([this](const QDBusMessage&) {
+    withdraw(adapter, adapterInterface);
+    return silence();
+  });
+  expectNotClaimed();
+}
+
+TEST_F(WorkerRemoval, isNotClaimedWhenTheDaemonEndsOnceItHasWithdrawnTheDevice) {
+  withdrawOnRemoval();
+  scriptLook([this](const QDBusMessage&) {
+    QTimer::singleShot(0, &timers, [this] { service.reset(); });
+    return silence();
+  });
+  expectNotClaimed();
+}
+
+TEST_F(WorkerRemoval, isNotClaimedWhenTheBusEndsOnceTheDeviceIsWithdrawn) {
+  withdrawOnRemoval();
+  scriptLook([this](const QDBusMessage&) {
+    QTimer::singleShot(0, &timers, [this] { bus.stop(); });
+    return silence();
+  });
   expectNotClaimed();
 }
 

@@ -45,7 +45,7 @@ TEST_F(WorkerUnregister, aRemovalThatHangsIsNotClaimed) {
   EXPECT_EQ(result.exitStatus, 70);
   EXPECT_EQ(result.output, "");
   EXPECT_EQ(result.error, "Remove selector unavailable\n");
-  EXPECT_GE(result.milliseconds, 7'000);
+  EXPECT_GE(result.milliseconds, 6'000);
   EXPECT_EQ(holder(mouse), laptop);
 }
 
