@@ -3,6 +3,7 @@
 #include "bluetooth/worker/BluetoothWorker.h"
 #include "platform/linux/BluezClassicController.h"
 #include "platform/linux/ParentWatch.h"
+#include "platform/linux/ProcessSetup.h"
 
 #include <cstdlib>
 #include <iostream>
@@ -23,6 +24,7 @@ std::unique_ptr<BluetoothClassicController> openController() {
 }  // namespace
 
 void runWorkerMode(const std::vector<std::string>& arguments) {
+  setUpProcess();  // so that the exit status tells the outcome even when nobody reads the output any more
   const int status = BluetoothWorker({.input = std::cin,
                                       .output = std::cout,
                                       .error = std::cerr,
