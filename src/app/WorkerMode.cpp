@@ -15,7 +15,6 @@ namespace zolvex {
 namespace {
 
 std::unique_ptr<BluetoothClassicController> openController() {
-  endWithParent();
   const char* adapter = std::getenv("ZOLVEX_ADAPTER");
   return std::make_unique<BluezClassicController>(
       BluezBus::openSystemBus(), BluezClassicController::Options{.adapterAddress = adapter ? adapter : ""});
@@ -25,6 +24,7 @@ std::unique_ptr<BluetoothClassicController> openController() {
 
 void runWorkerMode(const std::vector<std::string>& arguments) {
   setUpProcess();  // so that the exit status tells the outcome even when nobody reads the output any more
+  endWithParent();
   const int status = BluetoothWorker({.input = std::cin,
                                       .output = std::cout,
                                       .error = std::cerr,

@@ -6,6 +6,8 @@
 
 #include <array>
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #include <utility>
 
@@ -20,6 +22,15 @@ struct Pipe {
     EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
     readEnd = FileDescriptor(ends[0]);
     writeEnd = FileDescriptor(ends[1]);
+  }
+  bool isEmpty() const {
+    int left = -1;
+    return ::ioctl(writeEnd.get(), FIONREAD, &left) == 0 && left == 0;
+  }
+  /// Whether nobody has the reading end any more.
+  bool isAbandoned() const {
+    pollfd state{.fd = writeEnd.get(), .events = 0, .revents = 0};
+    return ::poll(&state, 1, 0) == 1 && (state.revents & POLLERR) != 0;
   }
   FileDescriptor readEnd;
   FileDescriptor writeEnd;
@@ -48,6 +59,23 @@ TEST_F(WorkerProcess, endsWithItsStatusWhenNobodyReadsItsOutput) {
     EXPECT_EQ(worker.exitStatus(), QProcess::NormalExit) << command.toStdString();
     EXPECT_EQ(worker.exitCode(), status);
   }
+}
+
+// Somebody else may still have the other end of its input.
+TEST_F(WorkerProcess, anOrphanThatStillReadsItsInputEndsByItself) {
+  Pipe input;
+  QProcess parent;
+  parent.setProcessEnvironment(environment);
+  parent.setChildProcessModifier([&] { ::dup2(input.readEnd.get(), STDIN_FILENO); });
+  parent.start(u"/bin/sh"_s,
+               {u"-c"_s, u"\"$0\" --zolvex-bluetooth-worker connect; exit 0"_s, QStringLiteral(ZOLVEX_PROGRAM)});
+  ASSERT_TRUE(parent.waitForStarted());
+  input.readEnd.close();
+  ASSERT_EQ(::write(input.writeEnd.get(), "0", 1), 1);
+  ASSERT_TRUE(runUntil([&] { return input.isEmpty(); }));
+  parent.kill();
+  parent.waitForFinished();
+  EXPECT_TRUE(runUntil([&] { return input.isAbandoned(); }));
 }
 
 }  // namespace
