@@ -3,6 +3,8 @@
 #include "bluetooth/PairedDevicePayload.h"
 #include "core/Text.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <istream>
 #include <iterator>
 #include <optional>
@@ -15,12 +17,33 @@ namespace zolvex {
 
 namespace {
 
+/// Of more input than this only the beginning is kept. No address is nearly as long.
+constexpr std::size_t keptInput = 64 * 1024;
+
+/// Reads what is left. Whether there was anything but white space.
+bool goesOn(std::istream& input) {
+  constexpr std::string_view whiteSpace = " \t\r\n";
+  return std::count_if(std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>(),
+                       [&](char c) { return whiteSpace.find(c) == std::string_view::npos; }) > 0;
+}
+
+/// Whether bytes may be the beginning of UTF-8, of which the last character is not complete.
+bool beginsUtf8(std::string_view bytes) {
+  constexpr std::size_t longestCharacter = 4;
+  for (std::size_t cut = 0; cut < longestCharacter; ++cut)
+    if (isUtf8(bytes.substr(0, bytes.size() - cut))) return true;
+  return false;
+}
+
 /// The address on standard input, without white space around it; none when there is none or it is not UTF-8.
 std::optional<std::string> readAddress(std::istream& input) {
-  const std::string bytes{std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
+  std::string bytes(keptInput, '\0');
+  input.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(input.gcount()));
+  const bool isCut = input && goesOn(input);
   const auto address = trimmed(bytes);
-  if (!isUtf8(bytes) || address.empty()) return std::nullopt;
-  return std::string(address);
+  if (address.empty() || !(isCut ? beginsUtf8(bytes) : isUtf8(bytes))) return std::nullopt;
+  return isCut ? bytes : std::string(address);  // trimmed, the beginning could pass for an address
 }
 
 std::vector<PairedDevicePayload> payloadsOf(const std::vector<BluetoothClassicController::PairedDevice>& devices) {

@@ -37,6 +37,8 @@ class BluetoothWorkerTest : public testing::Test {
   int connect() { return run({"connect"}, FakeBluetoothStack::knownAddress); }
   int unregister() { return run({"unregister"}, FakeBluetoothStack::knownAddress); }
 
+  static constexpr std::size_t longInput = 200'000;
+
   FakeBluetoothStack stack;
   std::ostringstream output;
   std::ostringstream error;
@@ -105,6 +107,38 @@ TEST_F(BluetoothWorkerTest, whiteSpaceAroundTheAddressIsTrimmed) {
 TEST_F(BluetoothWorkerTest, theWholeInputIsTheAddress) {
   EXPECT_EQ(run({"connect"}, "AA-BB-CC-DD-EE-FF\n11-22-33-44-55-66\n"), 66);
   EXPECT_EQ(stack.calls.back(), "lookup AA-BB-CC-DD-EE-FF\n11-22-33-44-55-66 inRange");
+}
+
+TEST_F(BluetoothWorkerTest, ofTheInputOnlyTheBeginningIsKeptAndThatIsNoAddress) {
+  const std::string address = FakeBluetoothStack::knownAddress;
+  for (const auto& more :
+       {std::string(longInput, '0'), std::string(longInput, '\0'), std::string(longInput, ' ') + "0"}) {
+    EXPECT_EQ(run({"unregister"}, address + more), 66);
+    EXPECT_EQ(inputLeft, 0);
+  }
+  stack.poweredOn = false;
+  EXPECT_EQ(run({"connect"}, std::string(longInput, '0')), 69);
+  for (const auto& call : stack.calls) EXPECT_LT(call.size(), longInput / 2) << call.substr(0, 80);
+}
+
+// The beginning may end in the middle of a character.
+TEST_F(BluetoothWorkerTest, longInputIsUtf8OrNotInItsBeginning) {
+  const std::string fourBytes = "\xf0\x9f\x96\xb1";
+  std::string characters;
+  while (characters.size() < longInput) characters += fourBytes;
+  for (const auto* shift : {"", "1", "12", "123"}) EXPECT_EQ(run({"connect"}, shift + characters), 66) << shift;
+  EXPECT_EQ(run({"connect"}, "\xff" + characters), 64);
+  EXPECT_EQ(run({"connect"}, std::string(longInput, '\x96')), 64);
+}
+
+TEST_F(BluetoothWorkerTest, longWhiteSpaceAfterTheAddressIsTrimmed) {
+  EXPECT_EQ(run({"unregister"}, FakeBluetoothStack::knownAddress + std::string(longInput, '\n')), 0);
+}
+
+TEST_F(BluetoothWorkerTest, longInputOfWhiteSpaceIsAMissingAddress) {
+  EXPECT_EQ(run({"connect"}, std::string(longInput, '\n')), 64);
+  EXPECT_EQ(error.str(), "Missing Bluetooth device address\n");
+  EXPECT_EQ(inputLeft, 0);
 }
 
 TEST_F(BluetoothWorkerTest, zeroBytesBelongToTheAddress) {
