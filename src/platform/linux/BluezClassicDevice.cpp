@@ -67,7 +67,7 @@ std::int32_t BluezClassicDevice::connectPaired() {
   // When the adapter goes, the device goes with it, and nobody answers any more.
   const auto isGone = [&] { return watch.wasRemoved(device_.path); };
   const auto answer = bus_.callWithEvents(connectCall(), connectLimit, isGone);
-  if (answer.isInProgress()) return awaitRunningConnection();
+  if (answer.isInProgress()) return awaitRunningConnection(isGone);
   const auto status = statusOf(answer);
   if (status != ioReturn::success) noteRefusal(watch);
   return status;
@@ -78,12 +78,12 @@ void BluezClassicDevice::noteRefusal(const BluezWatch& watch) {
   refusedBonds_ = watch.hasLostLink() ? refusedBonds_ + 1 : 0;
 }
 
-std::int32_t BluezClassicDevice::awaitRunningConnection() const {
+std::int32_t BluezClassicDevice::awaitRunningConnection(const std::function<bool()>& isGone) const {
   const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(runningConnectionLimit);
   BluezAnswer answer;
   do {
-    bus_.waitUntil([] { return false; }, runningConnectionPause);
-    answer = bus_.call(connectCall(), connectLimit);
+    bus_.waitUntil(isGone, runningConnectionPause);
+    answer = bus_.callWithEvents(connectCall(), connectLimit, isGone);
   } while (answer.isInProgress() && Clock::now() < deadline);
   return statusOf(answer);
 }

@@ -5,6 +5,7 @@
 #include "platform/linux/BluezWatch.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace zolvex {
@@ -42,7 +43,7 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   std::int32_t attempt();
   std::int32_t connectPaired();
   void noteRefusal(const BluezWatch& watch);
-  std::int32_t awaitRunningConnection() const;
+  std::int32_t awaitRunningConnection(const std::function<bool()>& isGone) const;
   SdBusMessage connectCall() const;
 
   const BluezBus& bus_;

@@ -43,7 +43,8 @@ std::int32_t BluezPairing::awaitRunningPairing(const BluezDevice& device) const 
   BluezWatch watch(bus_);
   watch.followDevice(device.path);
   if (bus_.deviceProperty(device.path, "Paired") == BluezValue(true)) return ioReturn::success;
-  bus_.waitUntil([&] { return watch.becameTrue("Paired") || watch.isOver(); }, runningPairingLimit);
+  const auto isGone = [&] { return watch.wasRemoved(device.path) || watch.isOver(); };
+  bus_.waitUntil([&] { return watch.becameTrue("Paired") || isGone(); }, runningPairingLimit);
   return watch.becameTrue("Paired") ? ioReturn::success : ioReturn::busy;
 }
 
