@@ -2,7 +2,11 @@
 
 #include "platform/linux/SdBus.h"
 
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
+#include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -10,7 +14,12 @@ namespace zolvex {
 
 namespace {
 
-void notify(const std::string& title, const std::string& text) {
+struct Notification {
+  std::string title;
+  std::string text;
+};
+
+void send(const Notification& notification) {
   sd_bus* opened = nullptr;
   if (sd_bus_open_user(&opened) < 0) return;
   const SdBusHandle bus(opened);
@@ -19,24 +28,47 @@ void notify(const std::string& title, const std::string& text) {
   constexpr int nothing = 0;
   constexpr std::int32_t usualTime = -1;
   sd_bus_call_method(bus.get(), service, "/org/freedesktop/Notifications", service, "Notify", nullptr, nullptr,
-                     "susssasa{sv}i", "Zolvex", replacesNothing, "", title.c_str(), text.c_str(), nothing, nothing,
-                     usualTime);
+                     "susssasa{sv}i", "Zolvex", replacesNothing, "", notification.title.c_str(),
+                     notification.text.c_str(), nothing, nothing, usualTime);
 }
 
 }  // namespace
 
+/// What is to be sent, shared with the thread that sends it. Lives as long as either of the two.
+struct PasskeyNotification::Outbox {
+  std::mutex mutex;
+  std::condition_variable becameIdle;
+  std::optional<Notification> next;
+  bool isSending = false;
+
+  /// None ends the thread.
+  std::optional<Notification> take() {
+    const std::lock_guard lock(mutex);
+    isSending = next.has_value();
+    if (!isSending) becameIdle.notify_all();
+    return std::exchange(next, std::nullopt);
+  }
+};
+
+PasskeyNotification::PasskeyNotification() : outbox_(std::make_shared<Outbox>()) {}
+
 PasskeyNotification::~PasskeyNotification() {
-  if (sent_.valid()) sent_.wait_for(sendLimit);
+  std::unique_lock lock(outbox_->mutex);
+  outbox_->becameIdle.wait_for(lock, sendLimit, [this] { return !outbox_->isSending; });
+  outbox_->next.reset();
 }
 
 void PasskeyNotification::show(const std::string& deviceName, const std::string& passkey) {
-  std::promise<void> done;
-  sent_ = done.get_future();
-  std::thread([done = std::move(done), title = "Pairing " + deviceName,
-               text = "Type " + passkey + " on the device, then press Return."]() mutable {
-    notify(title, text);
-    done.set_value();
-  }).detach();
+  const std::lock_guard lock(outbox_->mutex);
+  outbox_->next = {"Pairing " + deviceName, "Type " + passkey + " on the device, then press Return."};
+  if (std::exchange(outbox_->isSending, true)) return;
+  try {
+    std::thread([outbox = outbox_] {
+      while (const auto notification = outbox->take()) send(*notification);
+    }).detach();
+  } catch (const std::system_error&) {
+    outbox_->isSending = false;  // no thread to be had now, perhaps for the next code
+  }
 }
 
 }  // namespace zolvex
