@@ -38,17 +38,20 @@ BluezClassicAdapter::Sight BluezClassicAdapter::known(const std::string& address
   return sightOf(chosenFrom(objects), objects, address);
 }
 
-BluezClassicAdapter::Sight BluezClassicAdapter::inRange(const std::string& address) const {
+BluezClassicAdapter::Sight BluezClassicAdapter::inRange(const std::string& address) {
   const auto objects = bus_.objects();
   const auto* adapter = chosenFrom(objects);
   auto sight = sightOf(adapter, objects, address);
-  if (sight.isPowered && !sight.device) sight.device = discover(adapter->path, address);
+  if (!sight.isPowered || sight.device || discoveryLeft_ <= Seconds(0)) return sight;
+  const auto begin = Clock::now();
+  sight.device = discover(adapter->path, address);
+  discoveryLeft_ -= Clock::now() - begin;
   return sight;
 }
 
 std::optional<BluezDevice> BluezClassicAdapter::discover(const std::string& adapterPath,
                                                          const std::string& address) const {
-  const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(discoveryLimit);
+  const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(discoveryLeft_);
   constexpr auto adapter = bluez::adapterInterface;
   BluezWatch watch(bus_);
   const auto filter = bus_.message(adapterPath, adapter, "SetDiscoveryFilter", "a{sv}", 1, "Transport", "s", "bredr");

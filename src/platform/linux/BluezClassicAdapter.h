@@ -10,11 +10,12 @@
 
 namespace zolvex {
 
-/// The one Bluetooth adapter that this program uses, and the devices that BlueZ knows there. Nothing is remembered
-/// between operations: adapters come and go, and a daemon that restarts may give everything another path.
+/// The one Bluetooth adapter that this program uses, and the devices that BlueZ knows there. Nothing of them is
+/// remembered between operations: adapters come and go, and a daemon that restarts may give everything another path.
 /// Owned by the controller. One thread.
 class BluezClassicAdapter {
  public:
+  /// Of all discoveries together: who runs the worker gives it 12 s for a connection, with five attempts and pauses.
   static constexpr Seconds discoveryLimit{6.0};
 
   /// Whoever runs the worker gives up after 8 s. What the call leaves of the whole is for a look at the outcome.
@@ -36,9 +37,10 @@ class BluezClassicAdapter {
 
   std::vector<BluezDevice> pairedDevices() const;
 
-  /// `address` as BlueZ writes it. inRange() makes a discovery when BlueZ does not know the device.
+  /// `address` as BlueZ writes it. inRange() makes a discovery when BlueZ does not know the device and there is time
+  /// left for one.
   Sight known(const std::string& address) const;
-  Sight inRange(const std::string& address) const;
+  Sight inRange(const std::string& address);
 
   /// Makes BlueZ forget the device and its bond, without disconnecting it first. True when it has, or had already. Only
   /// the adapter where the device was seen is asked, whichever would be chosen by now: the bond is there.
@@ -56,6 +58,7 @@ class BluezClassicAdapter {
 
   const BluezBus& bus_;
   const std::string wantedAddress_;
+  Seconds discoveryLeft_ = discoveryLimit;
 };
 
 }  // namespace zolvex

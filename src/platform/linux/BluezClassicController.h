@@ -27,7 +27,7 @@ class BluezClassicController final : public BluetoothClassicController {
 
  private:
   const BluezBus bus_;
-  const BluezClassicAdapter adapter_;
+  BluezClassicAdapter adapter_;
 };
 
 }  // namespace zolvex

@@ -31,7 +31,7 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   /// all the same. So many refusals in a row, of which the first may have been chance, and the bond is made anew.
   static constexpr int refusalsBeforeNewBond = 2;
 
-  BluezClassicDevice(const BluezBus& bus, const BluezClassicAdapter& adapter, const BluezDevice& device)
+  BluezClassicDevice(const BluezBus& bus, BluezClassicAdapter& adapter, const BluezDevice& device)
       : bus_(bus), adapter_(adapter), device_(device) {}
 
   bool isConnected() override;
@@ -47,7 +47,7 @@ class BluezClassicDevice final : public BluetoothClassicDevice {
   SdBusMessage connectCall() const;
 
   const BluezBus& bus_;
-  const BluezClassicAdapter& adapter_;
+  BluezClassicAdapter& adapter_;
   BluezDevice device_;  ///< As it was seen last.
   int refusedBonds_ = 0;
   std::optional<bool> isInUse_;  ///< What is known of the link that was there at the last look or attempt.

@@ -19,7 +19,7 @@ class BluezPairing {
   /// For the end of a pairing that somebody else has begun.
   static constexpr Seconds runningPairingLimit{8.0};
 
-  BluezPairing(const BluezBus& bus, const BluezClassicAdapter& adapter) : bus_(bus), adapter_(adapter) {}
+  BluezPairing(const BluezBus& bus, BluezClassicAdapter& adapter) : bus_(bus), adapter_(adapter) {}
 
   /// An ioReturn status.
   std::int32_t pair(const BluezDevice& device) const;
@@ -30,7 +30,7 @@ class BluezPairing {
   std::int32_t awaitRunningPairing(const BluezDevice& device) const;
 
   const BluezBus& bus_;
-  const BluezClassicAdapter& adapter_;
+  BluezClassicAdapter& adapter_;
 };
 
 }  // namespace zolvex

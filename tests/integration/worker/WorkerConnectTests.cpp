@@ -179,6 +179,20 @@ TEST_F(WorkerConnect, aBondThatTheDeviceHasForgottenIsMadeAnewAtTheThirdAttempt)
   EXPECT_EQ(connectedTo(mouse), laptop);
 }
 
+// A second and third one would take longer than whoever runs the worker waits.
+TEST_F(WorkerConnect, aBondThatIsGoneIsLookedForOnlyOnce) {
+  bond(mouse);
+  inject(u"bond-forgotten"_s);
+  afterAnswer(u"RemoveDevice"_s, 1, [this] { inject(u"out-of-range"_s); });
+  const auto result = connect(mouse);
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.output, "Not in range yet\n" + attempts(2, -536870212) +
+                               "Attempt 3: openConnection=-536870208, connected=false\n"
+                               "Attempt 4: openConnection=-536870208, connected=false\n"
+                               "Attempt 5: openConnection=-536870208, connected=false\n");
+  EXPECT_EQ(answered.count(u"StartDiscovery"_s), 1);
+}
+
 TEST_F(WorkerConnect, halfABondIsReplacedByAWholeOne) {
   inject(u"half-bonded"_s);
   const auto result = connect(mouse);
